@@ -43,7 +43,8 @@ enum : long
     MOFC_E_UNRECOGNIZED_TOKEN = (long)0x8004400a, // a token that starts no construct (also: bad character)
     MOFC_E_UNRECOGNIZED_TYPE = (long)0x8004400b,
     MOFC_E_EXPECTED_PROPERTY_NAME = (long)0x8004400c,
-    MOFC_E_UNEXPECTED_ALIAS = (long)0x8004400e, // $alias used but not defined before in the compile
+    MOFC_E_UNEXPECTED_ALIAS = (long)0x8004400e, // $alias used but defined nowhere in the compile
+    MOFC_E_UNEXPECTED_ARRAY_INIT = (long)0x8004400f,
     MOFC_E_INVALID_PRAGMA = (long)0x80044012,
     MOFC_E_INVALID_NAMESPACE_SYNTAX = (long)0x80044013,
     MOFC_E_EXPECTED_CLASS_NAME = (long)0x80044014,
@@ -55,6 +56,7 @@ enum : long
     MOFC_E_OUT_OF_RANGE = (long)0x8004401d,
     MOFC_E_INVALID_FILE = (long)0x8004401e, // unreadable input (also: nesting too deep)
     MOFC_E_ALIASES_IN_EMBEDDED = (long)0x8004401f,
+    MOFC_E_NULL_ARRAY_ELEM = (long)0x80044020,
     MOFC_E_DUPLICATE_QUALIFIER = (long)0x80044021,
     MOFC_E_EXPECTED_FLAVOR_TYPE = (long)0x80044022,
     MOFC_E_MULTIPLE_ALIASES = (long)0x80044024, // the same $alias defined twice
