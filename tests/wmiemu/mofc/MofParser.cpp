@@ -91,6 +91,13 @@ bool CCMofParser::Fail(long hr, const std::wstring& wszMessage)
     return false;
 }
 
+bool CCMofParser::FailAtLine(long hr, int nLine, const std::wstring& wszMessage)
+{
+    m_state.SetError(hr, m_nDeclObject, m_nDeclObject ? m_nDeclFirstLine : nLine, nLine, m_wszFile,
+                     wszMessage);
+    return false;
+}
+
 bool CCMofParser::ExpectPunct(wchar_t ch, long hr)
 {
     if (!IsPunct(ch))
@@ -284,7 +291,7 @@ bool CCMofParser::ParsePragma()
         if (!ParsePragmaStrings(wszArg))
             return false;
         if (!ResolveMofNamespace(m_state.wszNamespace, wszArg, wszResolved))
-            return Fail(MOFC_E_INVALID_NAMESPACE_SYNTAX, L"invalid namespace '" + wszArg + L"'");
+            return FailAtLine(MOFC_E_INVALID_NAMESPACE_SYNTAX, nLine, L"invalid namespace '" + wszArg + L"'");
         m_state.wszNamespace = wszResolved;
         return true;
     }

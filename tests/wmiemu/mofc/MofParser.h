@@ -55,6 +55,9 @@ bool CompileMofText(CMofCompileState& state, const std::wstring& wszFullPath, co
 // Resolves a "#pragma namespace" argument against the namespace in effect; false when malformed.
 bool ResolveMofNamespace(const std::wstring& wszCurrent, const std::wstring& wszArg, std::wstring& wszResult);
 
+// The CIM type named by a type word ("uint32", "String", ...); false for any other word.
+bool LookupCimType(const std::wstring& wszWord, CimType& type);
+
 class CCMofParser
 {
 public:
@@ -83,6 +86,8 @@ private:
         return Cur().kind == TokenKind::Ident && EqualsNoCase(Cur().text, wszWord);
     }
     bool Fail(long hr, const std::wstring& wszMessage);
+    // An error found after the tokens it concerns were read: reported at nLine.
+    bool FailAtLine(long hr, int nLine, const std::wstring& wszMessage);
     bool ExpectPunct(wchar_t ch, long hr);
     bool ExpectIdent(std::wstring& wszName, long hr, const wchar_t* wszWhat);
     bool ParseAliasName(std::wstring& wszAlias);

@@ -89,12 +89,14 @@ bool CCMofParser::ParseClass(ClassDecl& cls)
     while (!IsPunct(L'}'))
     {
         size_t nProps = cls.properties.size();
+        int nLine = Cur().nLine;
         if (!ParseFeature(cls))
             return false;
         const std::wstring& wszName =
             cls.properties.size() > nProps ? cls.properties.back().name : cls.methods.back().name;
         if (!names.insert(Lower(wszName)).second)
-            return Fail(MOFC_E_DUPLICATE_PROPERTY, L"property or method '" + wszName + L"' declared twice");
+            return FailAtLine(MOFC_E_DUPLICATE_PROPERTY, nLine,
+                              L"property or method '" + wszName + L"' declared twice");
     }
     Next();
     return true;
@@ -179,6 +181,7 @@ bool CCMofParser::ParseParameters(Method& method)
     for (;;)
     {
         Property param;
+        int nLine = Cur().nLine;
         if (IsPunct(L'[') && !ParseQualifierList(param.qualifiers))
             return false;
         bool bVoid = false;
@@ -208,7 +211,8 @@ bool CCMofParser::ParseParameters(Method& method)
             param.hasDefault = true;
         }
         if (!names.insert(Lower(param.name)).second)
-            return Fail(MOFC_E_DUPLICATE_PROPERTY, L"parameter '" + param.name + L"' declared twice");
+            return FailAtLine(MOFC_E_DUPLICATE_PROPERTY, nLine,
+                              L"parameter '" + param.name + L"' declared twice");
         method.params.push_back(std::move(param));
         if (IsPunct(L')'))
         {
@@ -242,6 +246,7 @@ bool CCMofParser::ParseInstance(InstanceDecl& inst, bool bEmbedded)
     while (!IsPunct(L'}'))
     {
         PropertyValue pv;
+        int nLine = Cur().nLine;
         if (IsPunct(L'[') && !ParseQualifierList(pv.qualifiers))
             return false;
         if (!ExpectIdent(pv.name, MOFC_E_EXPECTED_PROPERTY_NAME, L"a property name"))
@@ -257,7 +262,7 @@ bool CCMofParser::ParseInstance(InstanceDecl& inst, bool bEmbedded)
         if (!ExpectPunct(L';', MOFC_E_EXPECTED_SEMI))
             return false;
         if (!names.insert(Lower(pv.name)).second)
-            return Fail(MOFC_E_DUPLICATE_PROPERTY, L"property '" + pv.name + L"' set twice");
+            return FailAtLine(MOFC_E_DUPLICATE_PROPERTY, nLine, L"property '" + pv.name + L"' set twice");
         inst.values.push_back(std::move(pv));
     }
     Next();
@@ -270,7 +275,7 @@ bool CCMofParser::ParseInstance(InstanceDecl& inst, bool bEmbedded)
 bool CCMofParser::ParseQualifierDeclaration()
 {
     Next(); // "qualifier"
-    std::wstring wszName, wszType;
+    std::wstring wszName;
     if (!ExpectIdent(wszName, MOFC_E_EXPECTED_QUALIFIER_NAME, L"a qualifier name") ||
         !ExpectPunct(L':', MOFC_E_INVALID_QUALIFIER_SYNTAX))
         return false;
@@ -279,8 +284,10 @@ bool CCMofParser::ParseQualifierDeclaration()
         Qualifier flavors;
         return ParseFlavors(flavors) && ExpectPunct(L';', MOFC_E_EXPECTED_SEMI);
     }
-    if (!ExpectIdent(wszType, MOFC_E_EXPECTED_TYPE_IDENTIFIER, L"a qualifier type"))
-        return false;
+    CimType type = CimType::String;
+    if (Cur().kind != TokenKind::Ident || !LookupCimType(Cur().text, type) || type == CimType::Object)
+        return Fail(MOFC_E_EXPECTED_TYPE_IDENTIFIER, L"expected the type of the qualifier");
+    Next();
     if (IsPunct(L'['))
     {
         Next();

@@ -27,6 +27,17 @@ const CTypeName g_typeNames[] = {
 
 } // namespace
 
+bool LookupCimType(const std::wstring& wszWord, CimType& type)
+{
+    for (const CTypeName& tn : g_typeNames)
+        if (EqualsNoCase(wszWord, tn.wszName))
+        {
+            type = tn.type;
+            return true;
+        }
+    return false;
+}
+
 // '[' qualifier {, qualifier} ']'
 bool CCMofParser::ParseQualifierList(std::vector<Qualifier>& qualifiers)
 {
@@ -136,13 +147,7 @@ bool CCMofParser::ParseType(CimType& type, std::wstring& wszRefClass, bool& bVoi
     Next();
     bVoid = false;
     wszRefClass.clear();
-    bool bKnown = false;
-    for (const CTypeName& tn : g_typeNames)
-        if (EqualsNoCase(wszWord, tn.wszName))
-        {
-            type = tn.type;
-            bKnown = true;
-        }
+    bool bKnown = LookupCimType(wszWord, type);
     bool bRef = IsWord(L"ref") && Ahead(1).kind == TokenKind::Ident;
     if (bRef)
     {
