@@ -1,0 +1,125 @@
+// EmuMofCompiler.cpp - IMofCompiler::CompileFile: parse the whole file, then store everything or
+// nothing. Errors come back as WBEM_S_FALSE with WBEM_COMPILE_STATUS_INFO filled in: phase 1 for
+// bad arguments, 2 for parsing, 3 for storing. Files carrying "#pragma autorecover" go into the
+// autorecover list of WMI.
+#include "EmuCom.h"
+
+#include "EmuFaults.h"
+#include "EmuMofStore.h"
+
+namespace wmiemu
+{
+
+namespace
+{
+const wchar_t CIMOM_KEY[] = L"SOFTWARE\\Microsoft\\WBEM\\CIMOM";
+const wchar_t AUTORECOVER_VALUE[] = L"Autorecover MOFs";
+
+HRESULT Fail(WBEM_COMPILE_STATUS_INFO* pInfo, long lPhase, HRESULT hr, long lObject, long lFirst, long lLast)
+{
+    if (pInfo)
+    {
+        pInfo->lPhaseError = lPhase;
+        pInfo->hRes = hr;
+        pInfo->ObjectNum = lObject;
+        pInfo->FirstLine = lFirst;
+        pInfo->LastLine = lLast;
+    }
+    return WBEM_S_FALSE;
+}
+} // namespace
+
+bool AddToAutorecoverList(const std::wstring& path)
+{
+    HKEY hKey = nullptr;
+    if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, CIMOM_KEY, 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &hKey, nullptr) !=
+        ERROR_SUCCESS)
+        return false;
+    std::vector<std::wstring> list;
+    DWORD dwType = 0, cb = 0;
+    if (RegQueryValueExW(hKey, AUTORECOVER_VALUE, nullptr, &dwType, nullptr, &cb) == ERROR_SUCCESS &&
+        dwType == REG_MULTI_SZ && cb > 0)
+    {
+        std::vector<wchar_t> buf(cb / sizeof(wchar_t) + 2, 0);
+        if (RegQueryValueExW(hKey, AUTORECOVER_VALUE, nullptr, &dwType, (BYTE*)buf.data(), &cb) == ERROR_SUCCESS)
+            for (const wchar_t* p = buf.data(); *p; p += wcslen(p) + 1)
+                list.push_back(p);
+    }
+    bool bOk = true;
+    bool bPresent = false;
+    for (auto& e : list)
+        bPresent = bPresent || NameEq(e, path);
+    if (!bPresent)
+    {
+        list.push_back(path);
+        std::wstring data;
+        for (auto& e : list)
+            data += e + L'\0';
+        data += L'\0';
+        bOk = RegSetValueExW(hKey, AUTORECOVER_VALUE, 0, REG_MULTI_SZ, (const BYTE*)data.data(),
+                             (DWORD)(data.size() * sizeof(wchar_t))) == ERROR_SUCCESS;
+    }
+    RegCloseKey(hKey);
+    return bOk;
+}
+
+HRESULT CEmuMofCompiler::QueryInterface(REFIID riid, void** ppv)
+{
+    if (!ppv)
+        return E_POINTER;
+    *ppv = nullptr;
+    if (riid != IID_IUnknown && riid != IID_IMofCompiler)
+        return E_NOINTERFACE;
+    *ppv = static_cast<IMofCompiler*>(this);
+    AddRef();
+    return S_OK;
+}
+
+HRESULT CEmuMofCompiler::CompileFile(LPWSTR FileName, LPWSTR, LPWSTR, LPWSTR, LPWSTR, LONG lOptionFlags,
+                                     LONG lClassFlags, LONG lInstanceFlags, WBEM_COMPILE_STATUS_INFO* pInfo)
+{
+    if (pInfo)
+        ZeroMemory(pInfo, sizeof(*pInfo));
+    if (!FileName || !*FileName)
+        return Fail(pInfo, 1, WBEM_E_INVALID_PARAMETER, 0, 0, 0);
+    wchar_t full[MAX_PATH * 2];
+    DWORD n = GetFullPathNameW(FileName, MAX_PATH * 2, full, nullptr);
+    std::wstring path = (n > 0 && n < MAX_PATH * 2) ? full : FileName;
+    HRESULT hr = ApplyFault(L"CompileFile", L"", L"");
+    if (FAILED(hr))
+    {
+        Fail(pInfo, 3, hr, 0, 0, 0);
+        return hr;
+    }
+
+    mofc::CompileResult result = mofc::ParseFile(path);
+    if (!result.ok)
+        return Fail(pInfo, result.phase ? result.phase : 2, (HRESULT)result.hr, result.objectNumber, result.firstLine,
+                    result.lastLine);
+    if (lOptionFlags & WBEM_FLAG_CHECK_ONLY)
+        return WBEM_S_NO_ERROR;
+
+    size_t nFailed = 0;
+    hr = Store::Instance().Modify([&](Repository& repo) {
+        return StoreDeclarations(repo, result.decls, lClassFlags, lInstanceFlags, nFailed);
+    });
+    if (FAILED(hr))
+    {
+        if (nFailed < result.decls.size())
+        {
+            const mofc::Declaration& d = result.decls[nFailed];
+            return Fail(pInfo, 3, hr, (long)nFailed + 1, d.firstLine, d.lastLine);
+        }
+        return Fail(pInfo, 3, hr, 0, 0, 0);
+    }
+    if (!(lOptionFlags & WBEM_FLAG_DONT_ADD_TO_LIST))
+    {
+        for (auto& f : result.autorecoverFiles)
+            AddToAutorecoverList(f);
+        if (lOptionFlags & WBEM_FLAG_AUTORECOVER)
+            AddToAutorecoverList(path);
+    }
+    return WBEM_S_NO_ERROR;
+}
+
+} // namespace wmiemu
