@@ -16,13 +16,13 @@ setup)
     rm -rf "$WINEPREFIX"
     mkdir -p "$WINEPREFIX"
     # One wineserver for the whole test run: each wine start then costs milliseconds.
-    wineserver -p
-    wine wineboot --init >/dev/null 2>&1
+    wineserver -p </dev/null >/dev/null 2>&1
+    wine wineboot --init </dev/null >/dev/null 2>&1
     # Wine's automatic prefix update rewrites COM registrations (the WMI locator's among
     # them) after an upgrade; the tests own this prefix, so it is never updated behind them.
     echo disable >"$WINEPREFIX/.update-timestamp"
     for reg in "$@"; do
-        wine regedit /S "$(winepath -w "$reg")" >/dev/null 2>&1
+        wine regedit /S "$(winepath -w "$reg")" </dev/null >/dev/null 2>&1
     done
     echo "Wine prefix ready: $WINEPREFIX"
     ;;
