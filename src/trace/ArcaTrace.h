@@ -99,7 +99,7 @@ private:
     bool FormatBehind(size_t nOffset, const char* szFormat, va_list args);
     void DumpBinary(const unsigned char* pData, unsigned nBytes, unsigned nBytesPerLine, unsigned nBytesPerGroup,
                     bool bSkipTrailingZeros);
-    bool OpenSemaphore();
+    bool CreateTraceSemaphore();
     void WriteBuffer();
     void WriteWide(const wchar_t* wszText);
     void CheckLimits();

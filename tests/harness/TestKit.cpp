@@ -1,0 +1,305 @@
+#include "TestKit.h"
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+
+namespace testkit
+{
+const char kTarvosTraceKey[] = "Software\\Brevane\\Common\\Tracing\\Tarvos.exe\\1.02";
+
+namespace
+{
+void RemoveTree(const std::string& strPath)
+{
+    WIN32_FIND_DATAA fd;
+    HANDLE hFind = FindFirstFileA((strPath + "\\*").c_str(), &fd);
+    if (hFind != INVALID_HANDLE_VALUE)
+    {
+        do
+        {
+            const std::string strName = fd.cFileName;
+            if (strName == "." || strName == "..")
+            {
+                continue;
+            }
+            const std::string strChild = strPath + "\\" + strName;
+            if (fd.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+            {
+                RemoveTree(strChild);
+            }
+            else
+            {
+                SetFileAttributesA(strChild.c_str(), FILE_ATTRIBUTE_NORMAL);
+                DeleteFileA(strChild.c_str());
+            }
+        } while (FindNextFileA(hFind, &fd));
+        FindClose(hFind);
+    }
+    RemoveDirectoryA(strPath.c_str());
+}
+} // namespace
+
+CScratchDir::CScratchDir()
+{
+    char szTemp[MAX_PATH];
+    GetTempPathA(MAX_PATH, szTemp);
+    static LONG s_nCounter = 0;
+    for (;;)
+    {
+        char szName[64];
+        snprintf(szName, sizeof(szName), "tarvostest_%lu_%ld_%lu", GetCurrentProcessId(),
+                 InterlockedIncrement(&s_nCounter), GetTickCount());
+        m_strPath = std::string(szTemp) + szName;
+        if (CreateDirectoryA(m_strPath.c_str(), nullptr))
+        {
+            break;
+        }
+    }
+}
+
+CScratchDir::~CScratchDir()
+{
+    RemoveTree(m_strPath);
+}
+
+bool FileExists(const std::string& strPath)
+{
+    return GetFileAttributesA(strPath.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+std::vector<unsigned char> ReadBytes(const std::string& strPath)
+{
+    std::ifstream in(strPath, std::ios::binary);
+    return std::vector<unsigned char>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+bool WriteBytes(const std::string& strPath, const std::string& strBytes)
+{
+    std::ofstream out(strPath, std::ios::binary | std::ios::trunc);
+    out.write(strBytes.data(), static_cast<std::streamsize>(strBytes.size()));
+    return static_cast<bool>(out);
+}
+
+std::string Utf16Bytes(const std::string& strAscii)
+{
+    std::string strOut;
+    for (unsigned char c : strAscii)
+    {
+        strOut.push_back(static_cast<char>(c));
+        strOut.push_back('\0');
+    }
+    return strOut;
+}
+
+std::string ReadUtf16Text(const std::string& strPath, bool* pbHasBom)
+{
+    const std::vector<unsigned char> bytes = ReadBytes(strPath);
+    size_t nStart = 0;
+    const bool bBom = bytes.size() >= 2 && bytes[0] == 0xFF && bytes[1] == 0xFE;
+    if (bBom)
+    {
+        nStart = 2;
+    }
+    if (pbHasBom != nullptr)
+    {
+        *pbHasBom = bBom;
+    }
+    std::string strText;
+    for (size_t i = nStart; i + 1 < bytes.size(); i += 2)
+    {
+        const unsigned nUnit = bytes[i] | (bytes[i + 1] << 8);
+        strText.push_back(nUnit < 0x100 ? static_cast<char>(nUnit) : '?');
+    }
+    return strText;
+}
+
+std::vector<std::string> SplitLines(const std::string& strText)
+{
+    std::vector<std::string> lines;
+    size_t nPos = 0;
+    for (;;)
+    {
+        const size_t nEnd = strText.find("\r\n", nPos);
+        if (nEnd == std::string::npos)
+        {
+            if (nPos < strText.size())
+            {
+                lines.push_back(strText.substr(nPos));
+            }
+            return lines;
+        }
+        lines.push_back(strText.substr(nPos, nEnd - nPos));
+        nPos = nEnd + 2;
+    }
+}
+
+std::vector<std::string> SplitTabs(const std::string& strLine)
+{
+    std::vector<std::string> columns;
+    size_t nPos = 0;
+    for (;;)
+    {
+        const size_t nEnd = strLine.find('\t', nPos);
+        columns.push_back(strLine.substr(nPos, nEnd == std::string::npos ? std::string::npos : nEnd - nPos));
+        if (nEnd == std::string::npos)
+        {
+            return columns;
+        }
+        nPos = nEnd + 1;
+    }
+}
+
+CScratchKey::CScratchKey(const std::string& strSubKey) : m_strSubKey(strSubKey), m_hKey(nullptr)
+{
+    RegDeleteTreeA(HKEY_LOCAL_MACHINE, m_strSubKey.c_str());
+    RegCreateKeyExA(HKEY_LOCAL_MACHINE, m_strSubKey.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &m_hKey,
+                    nullptr);
+}
+
+CScratchKey::~CScratchKey()
+{
+    if (m_hKey != nullptr)
+    {
+        RegCloseKey(m_hKey);
+    }
+    RegDeleteTreeA(HKEY_LOCAL_MACHINE, m_strSubKey.c_str());
+    RegDeleteKeyA(HKEY_LOCAL_MACHINE, m_strSubKey.c_str());
+}
+
+void CScratchKey::SetDword(const char* szName, DWORD dwValue)
+{
+    RegSetValueExA(m_hKey, szName, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&dwValue), sizeof(dwValue));
+}
+
+void CScratchKey::SetString(const char* szName, const std::string& strValue, DWORD dwType)
+{
+    RegSetValueExA(m_hKey, szName, 0, dwType, reinterpret_cast<const BYTE*>(strValue.c_str()),
+                   static_cast<DWORD>(strValue.size() + 1));
+}
+
+void CScratchKey::SetBinary(const char* szName, const std::string& strBytes)
+{
+    RegSetValueExA(m_hKey, szName, 0, REG_BINARY, reinterpret_cast<const BYTE*>(strBytes.data()),
+                   static_cast<DWORD>(strBytes.size()));
+}
+
+void CScratchKey::Delete(const char* szName)
+{
+    RegDeleteValueA(m_hKey, szName);
+}
+
+std::vector<std::string> TarvosRun::Records(const std::string& strMethod, const std::string& strCategory,
+                                            const std::string& strText) const
+{
+    std::vector<std::string> found;
+    for (const std::string& strLine : lines)
+    {
+        const std::vector<std::string> cols = SplitTabs(strLine);
+        // date, pid, tid, level, class, method, category, text, message
+        if (cols.size() < 9)
+        {
+            continue;
+        }
+        const std::string strQualified = cols[4] == "<global>" ? cols[5] : cols[4] + "::" + cols[5];
+        if ((strMethod.empty() || strQualified == strMethod) && (strCategory.empty() || cols[6] == strCategory) &&
+            (strText.empty() || cols[7] == strText))
+        {
+            found.push_back(strLine);
+        }
+    }
+    return found;
+}
+
+std::string TarvosExe()
+{
+    return TARVOS_EXE_PATH;
+}
+
+TarvosRun RunProgram(const std::string& strCommandLine, const std::string& strWorkDir, DWORD dwTimeoutMs)
+{
+    TarvosRun run;
+    SECURITY_ATTRIBUTES sa = {sizeof(sa), nullptr, TRUE};
+    HANDLE hRead = nullptr;
+    HANDLE hWrite = nullptr;
+    CreatePipe(&hRead, &hWrite, &sa, 0);
+    SetHandleInformation(hRead, HANDLE_FLAG_INHERIT, 0);
+    STARTUPINFOA si = {};
+    si.cb = sizeof(si);
+    si.dwFlags = STARTF_USESTDHANDLES;
+    si.hStdOutput = hWrite;
+    si.hStdError = hWrite;
+    si.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+    PROCESS_INFORMATION pi = {};
+    std::string strCmd = strCommandLine;
+    const BOOL bStarted = CreateProcessA(nullptr, &strCmd[0], nullptr, nullptr, TRUE, 0, nullptr,
+                                         strWorkDir.empty() ? nullptr : strWorkDir.c_str(), &si, &pi);
+    CloseHandle(hWrite);
+    if (!bStarted)
+    {
+        CloseHandle(hRead);
+        return run;
+    }
+    // Reads the output while the program runs, so a full pipe never blocks it.
+    const ULONGLONG ullEnd = GetTickCount64() + dwTimeoutMs;
+    for (;;)
+    {
+        DWORD dwAvail = 0;
+        while (PeekNamedPipe(hRead, nullptr, 0, nullptr, &dwAvail, nullptr) && dwAvail > 0)
+        {
+            char buf[4096];
+            DWORD dwRead = 0;
+            if (!ReadFile(hRead, buf, sizeof(buf), &dwRead, nullptr) || dwRead == 0)
+            {
+                break;
+            }
+            run.strStdout.append(buf, dwRead);
+        }
+        if (WaitForSingleObject(pi.hProcess, 20) == WAIT_OBJECT_0)
+        {
+            break;
+        }
+        if (GetTickCount64() > ullEnd)
+        {
+            run.bTimedOut = true;
+            TerminateProcess(pi.hProcess, 0xDEAD);
+            WaitForSingleObject(pi.hProcess, 5000);
+            break;
+        }
+    }
+    char buf[4096];
+    DWORD dwRead = 0;
+    while (ReadFile(hRead, buf, sizeof(buf), &dwRead, nullptr) && dwRead > 0)
+    {
+        run.strStdout.append(buf, dwRead);
+    }
+    GetExitCodeProcess(pi.hProcess, &run.dwExitCode);
+    CloseHandle(pi.hThread);
+    CloseHandle(pi.hProcess);
+    CloseHandle(hRead);
+    return run;
+}
+
+TarvosRun RunTarvos(const std::string& strArgs, const TarvosOptions& options)
+{
+    CScratchDir dir;
+    const std::string strTraceFile = dir.File("tarvos.trc");
+    CScratchKey key(kTarvosTraceKey);
+    if (options.bTrace)
+    {
+        key.SetDword("Trace", 1);
+        key.SetDword("TraceLevel", options.nTraceLevel);
+        key.SetDword("TraceClear", 1);
+        key.SetString("TraceFile", strTraceFile);
+    }
+    const std::string strCmd = "\"" + TarvosExe() + "\"" + (strArgs.empty() ? "" : " " + strArgs);
+    TarvosRun run =
+        RunProgram(strCmd, options.strWorkDir.empty() ? dir.Path() : options.strWorkDir, options.dwTimeoutMs);
+    if (FileExists(strTraceFile))
+    {
+        run.strTrace = ReadUtf16Text(strTraceFile);
+        run.lines = SplitLines(run.strTrace);
+    }
+    return run;
+}
+} // namespace testkit

@@ -1,0 +1,88 @@
+// Small helpers shared by the tests: scratch folders, files, registry values, and running
+// Tarvos.exe under the test prefix with tracing switched on.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+namespace testkit
+{
+// A fresh folder under %TEMP%, removed with everything in it when the object goes.
+class CScratchDir
+{
+public:
+    CScratchDir();
+    ~CScratchDir();
+    CScratchDir(const CScratchDir&) = delete;
+    CScratchDir& operator=(const CScratchDir&) = delete;
+    const std::string& Path() const { return m_strPath; }
+    std::string File(const std::string& strName) const { return m_strPath + "\\" + strName; }
+
+private:
+    std::string m_strPath;
+};
+
+bool FileExists(const std::string& strPath);
+std::vector<unsigned char> ReadBytes(const std::string& strPath);
+bool WriteBytes(const std::string& strPath, const std::string& strBytes);
+
+// UTF-16 LE text as its bytes, the way the trace writes it ("\n" stays as it is).
+std::string Utf16Bytes(const std::string& strAscii);
+// The trace file's text: BOM dropped, each UTF-16 unit narrowed (non-ASCII becomes '?').
+std::string ReadUtf16Text(const std::string& strPath, bool* pbHasBom = nullptr);
+std::vector<std::string> SplitLines(const std::string& strText); // at "\r\n"
+std::vector<std::string> SplitTabs(const std::string& strLine);
+
+// A registry key under HKEY_LOCAL_MACHINE that the test owns: created on construction,
+// deleted with its subtree on destruction.
+class CScratchKey
+{
+public:
+    explicit CScratchKey(const std::string& strSubKey);
+    ~CScratchKey();
+    CScratchKey(const CScratchKey&) = delete;
+    CScratchKey& operator=(const CScratchKey&) = delete;
+    void SetDword(const char* szName, DWORD dwValue);
+    void SetString(const char* szName, const std::string& strValue, DWORD dwType = REG_SZ);
+    void SetBinary(const char* szName, const std::string& strBytes);
+    void Delete(const char* szName);
+    const std::string& SubKey() const { return m_strSubKey; }
+
+private:
+    std::string m_strSubKey;
+    HKEY m_hKey;
+};
+
+// Trace settings of Tarvos.exe (normal account) in the test prefix's registry.
+extern const char kTarvosTraceKey[];
+
+struct TarvosRun
+{
+    DWORD dwExitCode = 0xFFFFFFFF;
+    bool bTimedOut = false;
+    std::string strStdout;
+    std::string strTrace;          // the trace file as text (see ReadUtf16Text)
+    std::vector<std::string> lines; // the trace's records
+    // Records whose columns (class, method, category, text) match; empty strings match anything.
+    std::vector<std::string> Records(const std::string& strMethod, const std::string& strCategory = "",
+                                     const std::string& strText = "") const;
+    bool Has(const std::string& strFragment) const { return strTrace.find(strFragment) != std::string::npos; }
+};
+
+struct TarvosOptions
+{
+    std::string strWorkDir; // empty: a scratch folder
+    DWORD dwTimeoutMs = 60000;
+    unsigned nTraceLevel = 6;
+    bool bTrace = true;
+};
+
+// Full path of Tarvos.exe in the build tree.
+std::string TarvosExe();
+// Runs Tarvos.exe with the given argument text, tracing at nTraceLevel into a scratch file.
+TarvosRun RunTarvos(const std::string& strArgs, const TarvosOptions& options = TarvosOptions());
+// Runs any program and captures its exit code and standard output.
+TarvosRun RunProgram(const std::string& strCommandLine, const std::string& strWorkDir, DWORD dwTimeoutMs);
+} // namespace testkit
