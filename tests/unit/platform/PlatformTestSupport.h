@@ -1,0 +1,93 @@
+// Shared set-up of the platform tests: the process's trace switched on into a scratch file,
+// the records read back, and a scratch registry key of the test's own.
+#pragma once
+
+#include "ArcaTrace.h"
+#include "TestKit.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+// One trace record split into its columns.
+struct TraceRecord
+{
+    std::string strLevel, strClass, strMethod, strCategory, strText, strMessage;
+};
+
+class TracedTest : public ::testing::Test
+{
+protected:
+    testkit::CScratchDir m_dir;
+    std::string m_strTrace = m_dir.File("platform.trc");
+
+    void SetUp() override { gg_ptrc->InitExplicit(m_strTrace.c_str(), 6, TRCFLAG_CLEAR); }
+
+    std::vector<TraceRecord> Records() const
+    {
+        std::vector<TraceRecord> records;
+        for (const std::string& strLine : testkit::SplitLines(testkit::ReadUtf16Text(m_strTrace)))
+        {
+            const std::vector<std::string> cols = testkit::SplitTabs(strLine);
+            if (cols.size() >= 9)
+                records.push_back({cols[3], cols[4], cols[5], cols[6], cols[7], cols[8]});
+        }
+        return records;
+    }
+    // The records of one method, optionally of one category only.
+    std::vector<TraceRecord> Records(const std::string& strMethod, const std::string& strCategory = "") const
+    {
+        std::vector<TraceRecord> found;
+        for (const TraceRecord& record : Records())
+            if (record.strMethod == strMethod && (strCategory.empty() || record.strCategory == strCategory))
+                found.push_back(record);
+        return found;
+    }
+};
+
+// A registry key of the test under HKEY_LOCAL_MACHINE, removed with its sub-tree at the end.
+class RegKeyTest : public TracedTest
+{
+protected:
+    // Removes the common parent of the tests' keys once the key of this test is gone.
+    struct ParentCleanup
+    {
+        ~ParentCleanup() { RegDeleteKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\TarvosUnitPlatform"); }
+    } m_parentCleanup;
+    std::string m_strSub = std::string("SOFTWARE\\TarvosUnitPlatform\\") +
+                           ::testing::UnitTest::GetInstance()->current_test_info()->name();
+    testkit::CScratchKey m_key{m_strSub};
+    std::string m_strFull = "HKEY_LOCAL_MACHINE\\" + m_strSub;
+
+    // Reads a value straight from the registry, bypassing the class under test.
+    bool RawQuery(const std::string& strSub, const char* szValue, DWORD* pdwType, std::string* pstrData) const
+    {
+        HKEY hKey = nullptr;
+        if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, strSub.c_str(), 0, KEY_READ, &hKey) != ERROR_SUCCESS)
+            return false;
+        char abData[1024];
+        DWORD cbData = sizeof(abData);
+        LONG lResult =
+            RegQueryValueExA(hKey, szValue, nullptr, pdwType, reinterpret_cast<BYTE*>(abData), &cbData);
+        RegCloseKey(hKey);
+        if (lResult == ERROR_SUCCESS && pstrData)
+            pstrData->assign(abData, cbData);
+        return lResult == ERROR_SUCCESS;
+    }
+    static bool KeyExists(const std::string& strSub)
+    {
+        HKEY hKey = nullptr;
+        if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, strSub.c_str(), 0, KEY_READ, &hKey) != ERROR_SUCCESS)
+            return false;
+        RegCloseKey(hKey);
+        return true;
+    }
+    static void MakeKey(const std::string& strSub)
+    {
+        HKEY hKey = nullptr;
+        ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExA(HKEY_LOCAL_MACHINE, strSub.c_str(), 0, nullptr, 0,
+                                                 KEY_ALL_ACCESS, nullptr, &hKey, nullptr));
+        RegCloseKey(hKey);
+    }
+};

@@ -1,0 +1,117 @@
+// CCStringConversion: conversions in both directions, the fallback, and their trace records.
+#include "PlatformTestSupport.h"
+#include "StringConversion.h"
+
+#include <cwchar>
+
+using StringConversionTest = TracedTest;
+
+TEST_F(StringConversionTest, NullSourceGivesEmptyObjectWithoutErrors)
+{
+    {
+        CCStringConversion fromWide(static_cast<const wchar_t*>(nullptr));
+        EXPECT_EQ(nullptr, fromWide.Convert2A());
+        EXPECT_EQ(nullptr, fromWide.Convert2W());
+        CCStringConversion fromAnsi(static_cast<const char*>(nullptr));
+        EXPECT_EQ(nullptr, fromAnsi.Convert2W());
+        EXPECT_EQ(nullptr, static_cast<const char*>(fromAnsi));
+        CCStringConversion empty;
+        EXPECT_EQ(nullptr, static_cast<const wchar_t*>(empty));
+    }
+    for (const TraceRecord& record : Records())
+        EXPECT_NE("Internal", record.strCategory) << record.strText;
+    const auto ctor = Records("CCStringConversion", "Enter");
+    ASSERT_EQ(3u, ctor.size());
+    EXPECT_EQ("szwSrc: 0x00000000", ctor[0].strMessage);
+    EXPECT_EQ("szSrc: (null)", ctor[1].strMessage);
+    EXPECT_EQ("", ctor[2].strMessage);
+    EXPECT_EQ(3u, Records("~CCStringConversion", "Leave").size());
+}
+
+TEST_F(StringConversionTest, HeldFormIsHandedOutAsItIs)
+{
+    CCStringConversion ansi("abc");
+    const char* sz1 = ansi.Convert2A();
+    const char* sz2 = ansi.Convert2A();
+    ASSERT_NE(nullptr, sz1);
+    EXPECT_EQ(sz1, sz2);
+    EXPECT_STREQ("abc", sz1);
+
+    const wchar_t* szw1 = ansi.Convert2W();
+    const wchar_t* szw2 = static_cast<const wchar_t*>(ansi);
+    ASSERT_NE(nullptr, szw1);
+    EXPECT_EQ(szw1, szw2);
+    EXPECT_STREQ(L"abc", szw1);
+
+    CCStringConversion wide(L"W\u00e4rme");
+    const char* szBack = wide.Convert2A();
+    ASSERT_NE(nullptr, szBack);
+    EXPECT_STREQ("W\xe4rme", szBack);
+    EXPECT_EQ(szBack, wide.Convert2A());
+    EXPECT_STREQ(L"W\u00e4rme", wide.Convert2W());
+
+    CCStringConversion emptyText("");
+    ASSERT_NE(nullptr, emptyText.Convert2W());
+    EXPECT_STREQ(L"", emptyText.Convert2W());
+}
+
+TEST_F(StringConversionTest, CharacterOutsideCodePageGoesThroughFallback)
+{
+    // U+4E2D has no form in a single-byte ANSI code page; the runtime refuses it.
+    CCStringConversion wide(L"x\u4e2dy");
+    const char* sz = wide.Convert2A();
+    ASSERT_NE(nullptr, sz);
+    ASSERT_EQ(3u, strlen(sz));
+    EXPECT_EQ('x', sz[0]);
+    EXPECT_EQ('y', sz[2]);
+    char szExpected[8] = {0};
+    WideCharToMultiByte(CP_ACP, 0, L"x\u4e2dy", -1, szExpected, sizeof(szExpected), nullptr, nullptr);
+    EXPECT_STREQ(szExpected, sz);
+
+    const auto internal = Records("Convert2A", "Internal");
+    ASSERT_EQ(1u, internal.size());
+    EXPECT_EQ("VerboseCC", internal[0].strLevel);
+    EXPECT_EQ(
+        "Could not convert unicode to ansi string because of unrecognized character, using different api",
+        internal[0].strText);
+    // The fallback's result is the held string now.
+    const wchar_t* szw = wide.Convert2W();
+    ASSERT_NE(nullptr, szw);
+    EXPECT_EQ(L'x', szw[0]);
+    EXPECT_NE(L'\u4e2d', szw[1]);
+}
+
+TEST_F(StringConversionTest, OperatorsTraceBeforeConverting)
+{
+    {
+        CCStringConversion text("abc");
+        const wchar_t* szw = text;
+        ASSERT_NE(nullptr, szw);
+        const char* sz = text;
+        ASSERT_NE(nullptr, sz);
+    }
+    const auto records = Records();
+    std::vector<std::string> seen;
+    for (const TraceRecord& record : records)
+    {
+        EXPECT_EQ("InfoCC", record.strLevel);
+        EXPECT_EQ("CCStringConversion", record.strClass);
+        seen.push_back(record.strMethod + "|" + record.strCategory + "|" + record.strText);
+    }
+    const std::vector<std::string> expected = {
+        "CCStringConversion|Enter|An instance of CCStringConversion has been created.",
+        "CCStringConversion|Leave|An instance of CCStringConversion has been created.",
+        "operator const wchar_t *|Enter|Method operator LPCWSTR has been entered.",
+        "operator const wchar_t *|Leave|Method operator LPCWSTR has been left.",
+        "Convert2W|Enter|Method Convert2W has been entered.",
+        "Convert2W|Leave|Method Convert2W has been left.",
+        "operator const char *|Enter|Method operator LPCSTR has been entered.",
+        "operator const char *|Leave|Method operator LPCSTR has been left.",
+        "Convert2A|Enter|Method Convert2A has been entered.",
+        "Convert2A|Leave|Method Convert2A has been left.",
+        "~CCStringConversion|Enter|An instance of CCStringConversion has been destroyed.",
+        "~CCStringConversion|Leave|An instance of CCStringConversion has been destroyed.",
+    };
+    EXPECT_EQ(expected, seen);
+    EXPECT_EQ("szSrc: abc", records[0].strMessage);
+}
