@@ -1,0 +1,25 @@
+// The process exit codes of Tarvos and their trace texts.
+#pragma once
+
+enum ExitCode : int
+{
+    EXITCODE_OK = 0,
+    EXITCODE_ERR_CMDLINE = 1,
+    EXITCODE_ERR_INIFILE_NOT_FOUND = 3,
+    EXITCODE_ERR_WMI_CONNECT = 4,
+    EXITCODE_ERR_ACCESS_DENIED = 5,
+    EXITCODE_ERR_NOTHING_DONE = 7,
+    EXITCODE_ERR_MOFCOMP_CONNECT = 16,
+    EXITCODE_ERR_COMPILE_MOF = 17,
+    EXITCODE_ERR_MOF_OLD_VERSION = 18,
+    EXITCODE_ERR_MOF_PARSING_FAILED = 19,
+    EXITCODE_ERR_ADMIN_PERMISSIONS_REQUIRED = 20,
+    EXITCODE_ERR_REG_ACCESS_FAILED = 21,
+    EXITCODE_ERR_SET_QUALIFIER_FAILED = 22,
+    EXITCODE_ERR_GENERAL_ERROR = 23,
+    // A range: 0x10000000 plus a detail code.
+    EXITCODE_ERR_PARSE_TEMPLATE_MOF = 0x10000000,
+};
+
+// The constant trace text of an exit code ("7, EXITCODE_ERR_NOTHING_DONE").
+const char* ExitCodeText(int nCode);
