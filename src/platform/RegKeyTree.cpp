@@ -19,7 +19,7 @@ const DWORD kTreeKeyBuffer = 256;
 // Deletes szSubKey below hParent with everything below it. The index goes up after each
 // deletion, so with several sub-keys every second one is passed over and the final deletion
 // of szSubKey then fails; callers see the failure and may run it again.
-LONG DeleteTree(HKEY hParent, const char* szSubKey)
+LONG DeleteTree(HKEY hParent, const char* szSubKey, unsigned* pnDeleted)
 {
     HKEY hKey = nullptr;
     LONG lResult = RegOpenKeyExA(hParent, szSubKey, 0, KEY_READ | KEY_WRITE, &hKey);
@@ -32,7 +32,7 @@ LONG DeleteTree(HKEY hParent, const char* szSubKey)
         if (RegEnumKeyExA(hKey, dwIndex, szChild, &cchChild, nullptr, nullptr, nullptr, nullptr) !=
             ERROR_SUCCESS)
             break;
-        lResult = DeleteTree(hKey, szChild);
+        lResult = DeleteTree(hKey, szChild, pnDeleted);
         if (lResult != ERROR_SUCCESS)
         {
             RegCloseKey(hKey);
@@ -40,7 +40,10 @@ LONG DeleteTree(HKEY hParent, const char* szSubKey)
         }
     }
     RegCloseKey(hKey);
-    return RegDeleteKeyA(hParent, szSubKey);
+    lResult = RegDeleteKeyA(hParent, szSubKey);
+    if (lResult == ERROR_SUCCESS)
+        ++*pnDeleted;
+    return lResult;
 }
 } // namespace
 
@@ -161,7 +164,8 @@ bool CCRegKey::DeleteSubTree(const char* szSubKey)
         m_lLastError = ERROR_INVALID_HANDLE;
         return false;
     }
-    m_lLastError = DeleteTree(m_hKey, szSubKey);
+    unsigned nDeleted = 0;
+    m_lLastError = DeleteTree(m_hKey, szSubKey, &nDeleted);
     return m_lLastError == ERROR_SUCCESS;
 }
 
@@ -170,15 +174,18 @@ bool CCRegKey::DeleteKeyAndSubKeys()
     bool bOpenedHere = false;
     if (!PrepareOpen(kSamDeleteAll, bOpenedHere))
         return false;
-    // Always the first sub-key; a sub-tree that cannot be deleted ends the loop, which would
-    // otherwise take the same sub-key again for ever.
+    // Always the first sub-key again: a pass over a sub-tree passes over every second
+    // sibling, so the same sub-key may need several passes. Each pass that fails must have
+    // deleted something, otherwise the same sub-key would be taken for ever; then it stops.
     for (;;)
     {
         char szName[kSubKeyBuffer + 1] = {0};
         DWORD cchName = kSubKeyBuffer;
         if (RegEnumKeyExA(m_hKey, 0, szName, &cchName, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
             break;
-        if (!DeleteSubTree(szName))
+        unsigned nDeleted = 0;
+        m_lLastError = DeleteTree(m_hKey, szName, &nDeleted);
+        if (m_lLastError != ERROR_SUCCESS && nDeleted == 0)
             break;
     }
     EndOperation(bOpenedHere);

@@ -113,5 +113,6 @@ TEST_F(StringConversionTest, OperatorsTraceBeforeConverting)
         "~CCStringConversion|Leave|An instance of CCStringConversion has been destroyed.",
     };
     EXPECT_EQ(expected, seen);
+    ASSERT_FALSE(records.empty());
     EXPECT_EQ("szSrc: abc", records[0].strMessage);
 }
