@@ -9,6 +9,10 @@
 //   isChar = true (i = the UTF-16 code unit).
 // - Value::Kind::Ref: s is the alias name WITHOUT the '$' when isAlias (e.g. "a" for $a), otherwise
 //   the object path string as written (already unescaped).
+//   A class property of type Reference with a string default gets Kind::Ref; in an instance the parser
+//   does not know the property types, so a quoted object path there stays Kind::String.
+// - An instance property written with qualifiers and no value ("[Dynamic, Provider(...)] Name;", as
+//   dynamic-property instances do) has a Kind::Null value.
 // - Value::Kind::Object: an embedded "instance of X { ... }" value; object points to it.
 // - Value::Kind::Array: items holds the elements (all scalar kinds; an empty "{}" gives no items).
 // - Qualifier flavors: the fields hold the effective flavor. WMI's defaults are ToSubclass, not
