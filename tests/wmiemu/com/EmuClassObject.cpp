@@ -300,7 +300,7 @@ HRESULT CEmuClassObject::Next(LONG lFlags, BSTR* strName, VARIANT* pVal, CIMTYPE
     {
         const std::wstring& name = m_enumNames[m_nEnumPos++];
         HRESULT hr = Get(name.c_str(), 0, pVal, pType, plFlavor);
-        if (hr == WBEM_E_NOT_FOUND)
+        if (hr == (HRESULT)WBEM_E_NOT_FOUND)
             continue;
         if (SUCCEEDED(hr) && strName)
             *strName = SysAllocString(name.c_str());

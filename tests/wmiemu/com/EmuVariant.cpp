@@ -198,9 +198,9 @@ HRESULT ScalarFromVariant(const VARIANT* p, CIMTYPE base, Value& out)
     case CIM_STRING:
     case CIM_DATETIME:
     case CIM_REFERENCE:
-        return out.kind == Value::Kind::String ? S_OK : WBEM_E_TYPE_MISMATCH;
+        return out.kind == Value::Kind::String ? S_OK : (HRESULT)WBEM_E_TYPE_MISMATCH;
     case CIM_BOOLEAN:
-        return out.kind == Value::Kind::Bool ? S_OK : WBEM_E_TYPE_MISMATCH;
+        return out.kind == Value::Kind::Bool ? S_OK : (HRESULT)WBEM_E_TYPE_MISMATCH;
     case CIM_REAL32:
     case CIM_REAL64:
         if (out.kind == Value::Kind::Int)
@@ -208,9 +208,9 @@ HRESULT ScalarFromVariant(const VARIANT* p, CIMTYPE base, Value& out)
             out.kind = Value::Kind::Real;
             out.r = (double)out.i;
         }
-        return out.kind == Value::Kind::Real ? S_OK : WBEM_E_TYPE_MISMATCH;
+        return out.kind == Value::Kind::Real ? S_OK : (HRESULT)WBEM_E_TYPE_MISMATCH;
     case CIM_OBJECT:
-        return out.kind == Value::Kind::Object ? S_OK : WBEM_E_TYPE_MISMATCH;
+        return out.kind == Value::Kind::Object ? S_OK : (HRESULT)WBEM_E_TYPE_MISMATCH;
     default: // integers, char16
         if (out.kind == Value::Kind::String)
         {

@@ -269,7 +269,7 @@ HRESULT CMofStorer::BuildInstance(const std::wstring& ns, const mofc::InstanceDe
     empty.className = decl.className;
     HRESULT hr = m_repo.MakeInstance(ns, empty, out);
     if (FAILED(hr))
-        return hr == WBEM_E_INVALID_NAMESPACE ? hr : WBEM_E_NOT_FOUND;
+        return hr == (HRESULT)WBEM_E_INVALID_NAMESPACE ? hr : (HRESULT)WBEM_E_NOT_FOUND;
     out.fromRepository = false;
     for (auto& q : decl.qualifiers)
         out.quals.push_back(ConvertQualifier(q));
@@ -328,7 +328,7 @@ HRESULT StoreDeclarations(Repository& repo, const std::vector<mofc::Declaration>
             break;
         case mofc::Declaration::Kind::DeleteClass:
             hr = repo.DeleteClass(d.ns, d.deleteClassName);
-            if (hr == WBEM_E_NOT_FOUND && !d.deleteClassFail)
+            if (hr == (HRESULT)WBEM_E_NOT_FOUND && !d.deleteClassFail)
                 hr = WBEM_S_NO_ERROR;
             break;
         }

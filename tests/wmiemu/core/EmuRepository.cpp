@@ -152,7 +152,7 @@ HRESULT Repository::Flatten(const std::wstring& ns, const std::wstring& name, Ob
         Object parent;
         HRESULT hr = Flatten(ns, c->superclass, parent, nDepth + 1);
         if (FAILED(hr))
-            return hr == WBEM_E_NOT_FOUND ? WBEM_E_INVALID_SUPERCLASS : hr;
+            return hr == (HRESULT)WBEM_E_NOT_FOUND ? (HRESULT)WBEM_E_INVALID_SUPERCLASS : hr;
         out.superclass = parent.className;
         out.derivation.push_back(parent.className);
         out.derivation.insert(out.derivation.end(), parent.derivation.begin(), parent.derivation.end());
@@ -481,7 +481,7 @@ HRESULT Repository::ToInstData(const std::wstring& ns, const Object& inst, InstD
 {
     HRESULT hr = GetClass(ns, inst.className, cls);
     if (FAILED(hr))
-        return hr == WBEM_E_NOT_FOUND ? WBEM_E_INVALID_CLASS : hr;
+        return hr == (HRESULT)WBEM_E_NOT_FOUND ? (HRESULT)WBEM_E_INVALID_CLASS : hr;
     out = InstData();
     out.className = cls.className;
     out.quals = LocalQuals(inst.quals);

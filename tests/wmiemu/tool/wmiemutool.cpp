@@ -70,7 +70,7 @@ int Seed(int argc, wchar_t** argv)
     return 0;
 }
 
-int Fault(int argc, wchar_t** argv)
+int AddFault(int argc, wchar_t** argv)
 {
     if (argc != 3)
         return Usage();
@@ -156,7 +156,7 @@ int wmain(int argc, wchar_t** argv)
     if (NameEq(cmd, L"dump") && argc <= 3)
         return Dump(argc, argv);
     if (NameEq(cmd, L"fault"))
-        return Fault(argc, argv);
+        return AddFault(argc, argv);
     if (NameEq(cmd, L"check") && argc == 2)
         return Check();
     return Usage();

@@ -1,0 +1,124 @@
+// IMofCompiler::CompileFile: storing, aliases, errors with phase/object/lines and nothing stored,
+// autorecover registration.
+#include "EmuTestUtil.h"
+
+namespace
+{
+std::vector<std::wstring> AutorecoverList()
+{
+    std::vector<std::wstring> r;
+    wchar_t buf[8192] = {};
+    DWORD cb = sizeof(buf) - 4;
+    if (RegGetValueW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Microsoft\\WBEM\\CIMOM", L"Autorecover MOFs", RRF_RT_REG_MULTI_SZ,
+                     nullptr, buf, &cb) == ERROR_SUCCESS)
+        for (const wchar_t* p = buf; *p; p += wcslen(p) + 1)
+            r.push_back(p);
+    return r;
+}
+} // namespace
+
+TEST_F(EmuTest, CompiledClassesAndAliasedInstancesAreStored)
+{
+    CompileOk(R"(// a provider registration as Windows' samples write it
+#pragma namespace("\\\\.\\root\\cimv2")
+class EmuProvided { [key] string Id; real64 Ratio = 1.5e1; sint64 Big = -9000000000; uint8 Bytes[] = {1, 0x2, 011}; };
+instance of __Win32Provider as $Prov
+{
+    Name = "EmuProv";
+    CLSID = "{00000000-0000-0000-0000-000000000001}";
+};
+instance of __InstanceProviderRegistration
+{
+    Provider = $Prov;
+    SupportsGet = TRUE;
+};
+instance of EmuProvided { Id = "a" "b"; };
+)");
+    auto& svc = Ns(L"root\\cimv2");
+    CComPtrT<IWbemClassObject> obj;
+    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"EmuProvided.Id=\"ab\"", obj));
+    CVar ratio, big, bytes;
+    ASSERT_EQ(WBEM_S_NO_ERROR, obj->Get(L"Ratio", 0, &ratio, nullptr, nullptr));
+    EXPECT_EQ(15.0, ratio.v.dblVal);
+    ASSERT_EQ(WBEM_S_NO_ERROR, obj->Get(L"Big", 0, &big, nullptr, nullptr));
+    EXPECT_EQ(L"-9000000000", big.Str());
+    ASSERT_EQ(WBEM_S_NO_ERROR, obj->Get(L"Bytes", 0, &bytes, nullptr, nullptr));
+    EXPECT_EQ(VT_ARRAY | VT_UI1, bytes.v.vt);
+    CBstr reg(L"__InstanceProviderRegistration");
+    CComPtrT<IEnumWbemClassObject> en;
+    ASSERT_EQ(WBEM_S_NO_ERROR, svc->CreateInstanceEnum(reg, 0, nullptr, &en));
+    auto providers = EnumNames(en.Get(), L"Provider");
+    ASSERT_EQ(1u, providers.size());
+    EXPECT_NE(std::wstring::npos, providers[0].find(L"__Win32Provider.Name=\"EmuProv\""));
+}
+
+TEST_F(EmuTest, SyntaxErrorReportsPhaseTwoWithLinesAndStoresNothing)
+{
+    WBEM_COMPILE_STATUS_INFO info = {};
+    EXPECT_EQ(WBEM_S_FALSE, Compile("class GoodOne { string A; };\n"
+                                    "\n"
+                                    "class BadOne\n"
+                                    "{\n"
+                                    "    string B\n"
+                                    "};\n",
+                                    &info));
+    EXPECT_EQ(2, info.lPhaseError);
+    EXPECT_EQ(0x80044000, (unsigned long)info.hRes & 0xFFFFF000);
+    EXPECT_EQ(2, info.ObjectNum);
+    EXPECT_EQ(3, info.FirstLine);
+    EXPECT_GE(info.LastLine, 5);
+    CComPtrT<IWbemClassObject> obj;
+    EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"GoodOne", obj));
+}
+
+TEST_F(EmuTest, StorageErrorReportsPhaseThreeAndStoresNothing)
+{
+    WBEM_COMPILE_STATUS_INFO info = {};
+    EXPECT_EQ(WBEM_S_FALSE, Compile("class Kept { [key] string A; };\n"
+                                    "instance of Kept { A = \"1\"; };\n"
+                                    "instance of Missing\n"
+                                    "{\n"
+                                    "    A = \"2\";\n"
+                                    "};\n",
+                                    &info));
+    EXPECT_EQ(3, info.lPhaseError);
+    EXPECT_EQ(WBEM_E_NOT_FOUND, info.hRes);
+    EXPECT_EQ(3, info.ObjectNum);
+    EXPECT_EQ(3, info.FirstLine);
+    EXPECT_EQ(6, info.LastLine);
+    CComPtrT<IWbemClassObject> obj;
+    EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"Kept", obj));
+
+    EXPECT_EQ(WBEM_S_FALSE, Compile("#pragma namespace(\"\\\\\\\\.\\\\root\\\\NoSuchNs\")\nclass X { };\n", &info));
+    EXPECT_EQ(3, info.lPhaseError);
+    EXPECT_EQ(WBEM_E_INVALID_NAMESPACE, info.hRes);
+}
+
+TEST_F(EmuTest, AutorecoverPragmaRegistersTheFileOnce)
+{
+    std::string mof = "#pragma autorecover\nclass EmuRecover { };\n";
+    CompileOk(mof);
+    CompileOk(mof);
+    std::wstring path = m_dir + L"test.mof";
+    auto list = AutorecoverList();
+    EXPECT_EQ(1, std::count_if(list.begin(), list.end(), [&](const std::wstring& e) { return _wcsicmp(e.c_str(), path.c_str()) == 0; }));
+
+    WBEM_COMPILE_STATUS_INFO info = {};
+    EXPECT_EQ(WBEM_S_FALSE, Compile("#pragma autorecover\nclass Broken {\n", &info, L"broken.mof"));
+    list = AutorecoverList();
+    std::wstring broken = m_dir + L"broken.mof";
+    EXPECT_EQ(0, std::count_if(list.begin(), list.end(), [&](const std::wstring& e) { return _wcsicmp(e.c_str(), broken.c_str()) == 0; }));
+}
+
+TEST_F(EmuTest, ClassflagsAndDeleteclassPragmasApply)
+{
+    CompileOk("class EmuFlagged { uint32 A; };\nclass EmuDoomed { };\n");
+    WBEM_COMPILE_STATUS_INFO info = {};
+    EXPECT_EQ(WBEM_S_FALSE, Compile("#pragma classflags(\"createonly\")\nclass EmuFlagged { uint32 A; };\n", &info));
+    EXPECT_EQ(WBEM_E_ALREADY_EXISTS, info.hRes);
+    CompileOk("#pragma deleteclass(\"EmuDoomed\", FAIL)\n#pragma deleteclass(\"EmuNeverWas\", NOFAIL)\n");
+    CComPtrT<IWbemClassObject> obj;
+    EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"EmuDoomed", obj));
+    EXPECT_EQ(WBEM_S_FALSE, Compile("#pragma deleteclass(\"EmuNeverWas\", FAIL)\n", &info));
+    EXPECT_EQ(WBEM_E_NOT_FOUND, info.hRes);
+}

@@ -1,0 +1,117 @@
+// Instances: keys and object paths, PutInstance/DeleteInstance with flags, deep enumeration.
+#include "EmuTestUtil.h"
+
+namespace
+{
+const char* const MOF = R"(
+class Person { [key] string Name; uint32 Age; };
+class Employee : Person { string Dept; };
+class Pair { [key] uint32 A; [key] string B; };
+class Link { [key] Person ref Who; };
+[singleton] class Settings { uint32 Level; };
+instance of Person { Name = "Ann \"the\" C:\\x"; Age = 30; };
+instance of Employee { Name = "Bob"; Dept = "R&D"; };
+instance of Pair { A = 7; B = "x"; };
+instance of Settings { Level = 3; };
+)";
+}
+
+TEST_F(EmuTest, InstancePathsQuoteAndEscapeKeys)
+{
+    CompileOk(MOF);
+    auto& svc = Ns();
+    CComPtrT<IWbemClassObject> obj;
+    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"Person.Name=\"Ann \\\"the\\\" C:\\\\x\"", obj));
+    EXPECT_EQ(L"Person.Name=\"Ann \\\"the\\\" C:\\\\x\"", GetStr(obj.Get(), L"__RELPATH"));
+    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"Pair.B=\"x\",A=7", obj));
+    EXPECT_EQ(L"Pair.A=7,B=\"x\"", GetStr(obj.Get(), L"__RELPATH"));
+    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"Settings=@", obj));
+    EXPECT_EQ(L"Settings=@", GetStr(obj.Get(), L"__RELPATH"));
+    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"Person=\"bob\"", obj)); // unnamed key, any case, subclass
+    EXPECT_EQ(L"Employee", GetStr(obj.Get(), L"__CLASS"));
+    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"\\\\.\\root\\default:Employee.Name=\"Bob\"", obj));
+    EXPECT_EQ(L"R&D", GetStr(obj.Get(), L"Dept"));
+    EXPECT_EQ(L"root\\default", GetStr(obj.Get(), L"__NAMESPACE"));
+    EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(svc.Get(), L"Pair.A=8,B=\"x\"", obj));
+}
+
+TEST_F(EmuTest, ReferenceKeysNameTheReferencedPath)
+{
+    CompileOk(std::string(MOF) + "instance of Link { Who = \"Person.Name=\\\"Bob\\\"\"; };\n");
+    CComPtrT<IWbemClassObject> obj;
+    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(Ns().Get(), L"Link.Who=\"Person.Name=\\\"Bob\\\"\"", obj));
+    EXPECT_EQ(L"Person.Name=\"Bob\"", GetStr(obj.Get(), L"Who"));
+}
+
+TEST_F(EmuTest, PutInstanceCreatesUpdatesAndHonoursFlags)
+{
+    CompileOk(MOF);
+    auto& svc = Ns();
+    CComPtrT<IWbemClassObject> cls, inst;
+    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"Person", cls));
+    ASSERT_EQ(WBEM_S_NO_ERROR, cls->SpawnInstance(0, &inst));
+    EXPECT_EQ(WBEM_E_ILLEGAL_NULL, svc->PutInstance(inst.Get(), 0, nullptr, nullptr));
+    CVar name(L"Cy"), age(41L);
+    inst->Put(L"Name", 0, &name, 0);
+    inst->Put(L"Age", 0, &age, 0);
+    EXPECT_EQ(WBEM_E_NOT_FOUND, svc->PutInstance(inst.Get(), WBEM_FLAG_UPDATE_ONLY, nullptr, nullptr));
+    EXPECT_EQ(WBEM_S_NO_ERROR, svc->PutInstance(inst.Get(), WBEM_FLAG_CREATE_ONLY, nullptr, nullptr));
+    EXPECT_EQ(WBEM_E_ALREADY_EXISTS, svc->PutInstance(inst.Get(), WBEM_FLAG_CREATE_ONLY, nullptr, nullptr));
+    CVar older(42L);
+    inst->Put(L"Age", 0, &older, 0);
+    EXPECT_EQ(WBEM_S_NO_ERROR, svc->PutInstance(inst.Get(), WBEM_FLAG_UPDATE_ONLY, nullptr, nullptr));
+    CComPtrT<IWbemClassObject> back;
+    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"Person.Name=\"Cy\"", back));
+    CVar v;
+    ASSERT_EQ(WBEM_S_NO_ERROR, back->Get(L"Age", 0, &v, nullptr, nullptr));
+    EXPECT_EQ(42, v.v.lVal);
+}
+
+TEST_F(EmuTest, DeleteInstanceRemovesOnlyThatInstance)
+{
+    CompileOk(MOF);
+    auto& svc = Ns();
+    CBstr path(L"Employee.Name=\"Bob\""), missing(L"Person.Name=\"Nobody\""), noClass(L"Nope.Name=\"x\"");
+    EXPECT_EQ(WBEM_S_NO_ERROR, svc->DeleteInstance(path, 0, nullptr, nullptr));
+    EXPECT_EQ(WBEM_E_NOT_FOUND, svc->DeleteInstance(path, 0, nullptr, nullptr));
+    EXPECT_EQ(WBEM_E_NOT_FOUND, svc->DeleteInstance(missing, 0, nullptr, nullptr));
+    EXPECT_EQ(WBEM_E_INVALID_CLASS, svc->DeleteInstance(noClass, 0, nullptr, nullptr));
+    CComPtrT<IWbemClassObject> obj;
+    EXPECT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"Person.Name=\"Ann \\\"the\\\" C:\\\\x\"", obj));
+}
+
+TEST_F(EmuTest, InstanceEnumerationIsDeepUnlessShallow)
+{
+    CompileOk(MOF);
+    auto& svc = Ns();
+    CBstr person(L"Person");
+    CComPtrT<IEnumWbemClassObject> deep, shallow;
+    ASSERT_EQ(WBEM_S_NO_ERROR, svc->CreateInstanceEnum(person, 0, nullptr, &deep));
+    EXPECT_EQ(2u, EnumNames(deep.Get()).size());
+    ASSERT_EQ(WBEM_S_NO_ERROR, svc->CreateInstanceEnum(person, WBEM_FLAG_SHALLOW, nullptr, &shallow));
+    EXPECT_EQ((std::vector<std::wstring>{L"Person"}), EnumNames(shallow.Get(), L"__CLASS"));
+}
+
+TEST_F(EmuTest, EnumeratorNextCountsResetAndEnd)
+{
+    CompileOk(MOF);
+    CBstr person(L"Person");
+    CComPtrT<IEnumWbemClassObject> en;
+    ASSERT_EQ(WBEM_S_NO_ERROR, Ns()->CreateInstanceEnum(person, WBEM_FLAG_RETURN_IMMEDIATELY, nullptr, &en));
+    IWbemClassObject* objs[3] = {};
+    ULONG n = 99;
+    EXPECT_EQ(WBEM_E_INVALID_PARAMETER, en->Next(-5, 1, objs, &n));
+    EXPECT_EQ(WBEM_S_NO_ERROR, en->Next(0, 1, objs, &n));
+    EXPECT_EQ(1u, n);
+    objs[0]->Release();
+    EXPECT_EQ(WBEM_S_FALSE, en->Next(WBEM_INFINITE, 3, objs, &n));
+    EXPECT_EQ(1u, n);
+    objs[0]->Release();
+    EXPECT_EQ(WBEM_S_FALSE, en->Next(WBEM_INFINITE, 1, objs, &n));
+    EXPECT_EQ(0u, n);
+    EXPECT_EQ(WBEM_S_NO_ERROR, en->Reset());
+    EXPECT_EQ(WBEM_S_NO_ERROR, en->Next(WBEM_INFINITE, 2, objs, &n));
+    EXPECT_EQ(2u, n);
+    objs[0]->Release();
+    objs[1]->Release();
+}

@@ -1,0 +1,108 @@
+// Persistence and the tool: state survives in the repository file, which wmiemutool seeds, dumps
+// and resets in a stable text form.
+#include "EmuTestUtil.h"
+
+#include <fstream>
+
+namespace
+{
+// Runs wmiemutool (beside this test program) with the test's repository; returns its exit code.
+int RunTool(const std::wstring& args, std::string* pOut = nullptr)
+{
+    wchar_t exe[MAX_PATH];
+    GetModuleFileNameW(nullptr, exe, MAX_PATH);
+    std::wstring dir(exe);
+    dir = dir.substr(0, dir.find_last_of(L'\\') + 1);
+    std::wstring outFile = dir + L"wmiemutool-out.txt";
+    SECURITY_ATTRIBUTES sa = {sizeof(sa), nullptr, TRUE};
+    HANDLE hOut = CreateFileW(outFile.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &sa, CREATE_ALWAYS, 0, nullptr);
+    STARTUPINFOW si = {};
+    si.cb = sizeof(si);
+    si.dwFlags = STARTF_USESTDHANDLES;
+    si.hStdOutput = hOut;
+    si.hStdError = hOut;
+    PROCESS_INFORMATION pi = {};
+    std::wstring cmd = L"\"" + dir + L"wmiemutool.exe\" " + args;
+    DWORD dwCode = 99;
+    if (CreateProcessW(nullptr, &cmd[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &si, &pi))
+    {
+        WaitForSingleObject(pi.hProcess, 60000);
+        GetExitCodeProcess(pi.hProcess, &dwCode);
+        CloseHandle(pi.hProcess);
+        CloseHandle(pi.hThread);
+    }
+    CloseHandle(hOut);
+    if (pOut)
+    {
+        std::ifstream f(outFile.c_str(), std::ios::binary);
+        pOut->assign((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
+    }
+    DeleteFileW(outFile.c_str());
+    return (int)dwCode;
+}
+} // namespace
+
+TEST_F(EmuTest, ToolSeedsDumpsAndResetsTheRepository)
+{
+    std::wstring mof = m_dir + L"seed.mof";
+    {
+        std::ofstream f(mof.c_str(), std::ios::binary);
+        f << "#pragma namespace(\"\\\\\\\\.\\\\root\\\\cimv2\")\n"
+             "[Version(\"1.0.3\")] class Seeded { [key] string Id; uint32 N = 2; };\n"
+             "instance of Seeded { Id = \"one\"; };\n";
+    }
+    ASSERT_EQ(0, RunTool(L"seed \"" + mof + L"\""));
+    CComPtrT<IWbemClassObject> obj;
+    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(Ns(L"root\\cimv2").Get(), L"Seeded.Id=\"one\"", obj));
+
+    std::string dump, again;
+    ASSERT_EQ(0, RunTool(L"dump root\\cimv2", &dump));
+    EXPECT_EQ("wmiemu-repository 1\n"
+              "namespace root\\cimv2\n"
+              "class root\\cimv2 Seeded\n"
+              "  qualifier Version flavor=0x2 = \"1.0.3\"\n"
+              "  property string Id\n"
+              "    qualifier key flavor=0x2 = true\n"
+              "  property uint32 N = 2\n"
+              "instance root\\cimv2 Seeded\n"
+              "  value Id = \"one\"\n",
+              dump);
+    ASSERT_EQ(0, RunTool(L"dump root\\cimv2", &again));
+    EXPECT_EQ(dump, again);
+    EXPECT_EQ(1, RunTool(L"dump root\\nosuch"));
+
+    ASSERT_EQ(0, RunTool(L"reset"));
+    EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns(L"root\\cimv2").Get(), L"Seeded", obj));
+    EXPECT_EQ(2, RunTool(L"frobnicate"));
+}
+
+TEST_F(EmuTest, ChangesSurviveInTheFileAndReachOtherProcesses)
+{
+    CompileOk("class Survivor { [key] string K; }; instance of Survivor { K = \"v\"; };");
+    std::string dump;
+    ASSERT_EQ(0, RunTool(L"dump", &dump));
+    EXPECT_NE(std::string::npos, dump.find("instance root\\default Survivor\n  value K = \"v\"\n"));
+    // Another process changes the file; this process sees it on its next call.
+    std::wstring mof = m_dir + L"more.mof";
+    {
+        std::ofstream f(mof.c_str(), std::ios::binary);
+        f << "instance of Survivor { K = \"w\"; };\n";
+    }
+    ASSERT_EQ(0, RunTool(L"seed \"" + mof + L"\""));
+    CComPtrT<IWbemClassObject> obj;
+    EXPECT_EQ(WBEM_S_NO_ERROR, GetObj(Ns().Get(), L"Survivor.K=\"w\"", obj));
+}
+
+TEST_F(EmuTest, ToolReportsParseErrorsWithoutStoring)
+{
+    std::wstring mof = m_dir + L"bad.mof";
+    {
+        std::ofstream f(mof.c_str(), std::ios::binary);
+        f << "class Fine { };\nclass Broken {\n";
+    }
+    std::string out;
+    EXPECT_EQ(1, RunTool(L"seed \"" + mof + L"\"", &out));
+    EXPECT_NE(std::string::npos, out.find("parse error 0x8004"));
+    CComPtrT<IWbemClassObject> obj;
+    EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"Fine", obj));
+}

@@ -1,0 +1,168 @@
+// EmuTestUtil.cpp - the test fixture's helpers.
+#include "EmuTestUtil.h"
+
+#include <fstream>
+
+std::vector<std::wstring> SafeArrayStrings(SAFEARRAY* psa)
+{
+    std::vector<std::wstring> r;
+    if (!psa)
+        return r;
+    LONG lo = 0, hi = -1;
+    SafeArrayGetLBound(psa, 1, &lo);
+    SafeArrayGetUBound(psa, 1, &hi);
+    for (LONG n = lo; n <= hi; ++n)
+    {
+        BSTR b = nullptr;
+        SafeArrayGetElement(psa, &n, &b);
+        r.push_back(b ? b : L"");
+        SysFreeString(b);
+    }
+    SafeArrayDestroy(psa);
+    return r;
+}
+
+namespace
+{
+void RemoveTree(const std::wstring& dir)
+{
+    WIN32_FIND_DATAW fd;
+    HANDLE h = FindFirstFileW((dir + L"*").c_str(), &fd);
+    if (h != INVALID_HANDLE_VALUE)
+    {
+        do
+        {
+            std::wstring name = fd.cFileName;
+            if (name == L"." || name == L"..")
+                continue;
+            if (fd.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)
+                RemoveTree(dir + name + L"\\");
+            else
+                DeleteFileW((dir + name).c_str());
+        } while (FindNextFileW(h, &fd));
+        FindClose(h);
+    }
+    RemoveDirectoryW(dir.c_str());
+}
+} // namespace
+
+void EmuTest::SetUp()
+{
+    ASSERT_TRUE(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)));
+    wchar_t tmp[MAX_PATH];
+    GetTempPathW(MAX_PATH, tmp);
+    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+    std::string name = std::string(info->test_suite_name()) + "." + info->name();
+    m_dir = std::wstring(tmp) + L"wmiemu-" + std::wstring(name.begin(), name.end()) + L"\\";
+    RemoveTree(m_dir);
+    CreateDirectoryW(m_dir.c_str(), nullptr);
+    SetEnvironmentVariableW(L"WMIEMU_REPOSITORY", (m_dir + L"repository.txt").c_str());
+    SetEnvironmentVariableW(L"WMIEMU_FAULTS", (m_dir + L"faults.txt").c_str());
+    ASSERT_EQ(S_OK, CoCreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER, IID_IWbemLocator,
+                                     (void**)&m_locator));
+}
+
+void EmuTest::TearDown()
+{
+    for (auto& c : m_conns)
+        delete c.second;
+    m_conns.clear();
+    m_locator.Reset();
+    CoUninitialize();
+    RemoveTree(m_dir);
+}
+
+HRESULT EmuTest::Connect(const wchar_t* wszNs, CComPtrT<IWbemServices>& out)
+{
+    CBstr ns(wszNs);
+    return m_locator->ConnectServer(ns, nullptr, nullptr, nullptr, 0, nullptr, nullptr, &out);
+}
+
+CComPtrT<IWbemServices>& EmuTest::Ns(const wchar_t* wszNs)
+{
+    for (auto& c : m_conns)
+        if (c.first == wszNs)
+            return *c.second;
+    auto* p = new CComPtrT<IWbemServices>();
+    m_conns.push_back({wszNs, p});
+    EXPECT_EQ(S_OK, Connect(wszNs, *p)) << "connecting to namespace";
+    return *p;
+}
+
+HRESULT EmuTest::Compile(const std::string& mof, WBEM_COMPILE_STATUS_INFO* pInfo, const wchar_t* wszName)
+{
+    std::wstring path = m_dir + wszName;
+    {
+        std::ofstream f(path.c_str(), std::ios::binary);
+        f << mof;
+    }
+    CComPtrT<IMofCompiler> comp;
+    HRESULT hr = CoCreateInstance(CLSID_MofCompiler, nullptr, CLSCTX_INPROC_SERVER, IID_IMofCompiler, (void**)&comp);
+    if (FAILED(hr))
+        return hr;
+    WBEM_COMPILE_STATUS_INFO info = {};
+    hr = comp->CompileFile(&path[0], nullptr, nullptr, nullptr, nullptr, 0, 0, 0, &info);
+    if (pInfo)
+        *pInfo = info;
+    return hr;
+}
+
+void EmuTest::CompileOk(const std::string& mof)
+{
+    WBEM_COMPILE_STATUS_INFO info = {};
+    ASSERT_EQ(WBEM_S_NO_ERROR, Compile(mof, &info))
+        << "phase " << info.lPhaseError << " hr 0x" << std::hex << info.hRes << std::dec << " object " << info.ObjectNum
+        << " lines " << info.FirstLine << "-" << info.LastLine;
+}
+
+void EmuTest::SetFaults(const std::string& text)
+{
+    std::ofstream f((m_dir + L"faults.txt").c_str(), std::ios::binary);
+    f << text;
+}
+
+std::wstring EmuTest::Dump()
+{
+    std::ifstream f((m_dir + L"repository.txt").c_str(), std::ios::binary);
+    std::string s((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
+    int n = MultiByteToWideChar(CP_UTF8, 0, s.data(), (int)s.size(), nullptr, 0);
+    std::wstring w(n, L'\0');
+    MultiByteToWideChar(CP_UTF8, 0, s.data(), (int)s.size(), &w[0], n);
+    return w;
+}
+
+HRESULT EmuTest::GetObj(IWbemServices* pNs, const wchar_t* wszPath, CComPtrT<IWbemClassObject>& out)
+{
+    CBstr path(wszPath);
+    return pNs->GetObject(path, 0, nullptr, &out, nullptr);
+}
+
+std::wstring EmuTest::GetStr(IWbemClassObject* pObj, const wchar_t* wszProp)
+{
+    CVar v;
+    HRESULT hr = pObj->Get(wszProp, 0, &v, nullptr, nullptr);
+    if (FAILED(hr))
+        return L"<error>";
+    if (v.v.vt == VT_NULL)
+        return L"<null>";
+    return v.Str();
+}
+
+std::vector<std::wstring> EmuTest::EnumNames(IEnumWbemClassObject* pEnum, const wchar_t* wszProp)
+{
+    std::vector<std::wstring> r;
+    for (;;)
+    {
+        IWbemClassObject* p = nullptr;
+        ULONG n = 0;
+        HRESULT hr = pEnum->Next(WBEM_INFINITE, 1, &p, &n);
+        if (n == 0)
+        {
+            EXPECT_EQ(WBEM_S_FALSE, hr);
+            break;
+        }
+        r.push_back(GetStr(p, wszProp));
+        p->Release();
+    }
+    return r;
+}
