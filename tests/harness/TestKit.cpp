@@ -134,6 +134,25 @@ std::vector<std::string> SplitLines(const std::string& strText)
     }
 }
 
+std::vector<std::string> SplitRecords(const std::string& strText)
+{
+    std::vector<std::string> records;
+    for (const std::string& strLine : SplitLines(strText))
+    {
+        const bool bStartsRecord = strLine.size() > 24 && strLine[2] == '.' && strLine[5] == '.' &&
+                                   strLine[10] == ' ' && strLine[13] == ':' && strLine[19] == '.';
+        if (bStartsRecord || records.empty())
+        {
+            records.push_back(strLine);
+        }
+        else
+        {
+            records.back() += "\n" + strLine;
+        }
+    }
+    return records;
+}
+
 std::vector<std::string> SplitTabs(const std::string& strLine)
 {
     std::vector<std::string> columns;
@@ -298,7 +317,7 @@ TarvosRun RunTarvos(const std::string& strArgs, const TarvosOptions& options)
     if (FileExists(strTraceFile))
     {
         run.strTrace = ReadUtf16Text(strTraceFile);
-        run.lines = SplitLines(run.strTrace);
+        run.lines = SplitRecords(run.strTrace);
     }
     return run;
 }

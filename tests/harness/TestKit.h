@@ -33,6 +33,9 @@ std::string Utf16Bytes(const std::string& strAscii);
 // The trace file's text: BOM dropped, each UTF-16 unit narrowed (non-ASCII becomes '?').
 std::string ReadUtf16Text(const std::string& strPath, bool* pbHasBom = nullptr);
 std::vector<std::string> SplitLines(const std::string& strText); // at "\r\n"
+// Trace records: lines that do not begin with a date and time continue the record before
+// them (a message with line feeds), joined again with "\n".
+std::vector<std::string> SplitRecords(const std::string& strText);
 std::vector<std::string> SplitTabs(const std::string& strLine);
 
 // A registry key under HKEY_LOCAL_MACHINE that the test owns: created on construction,
@@ -64,7 +67,7 @@ struct TarvosRun
     bool bTimedOut = false;
     std::string strStdout;
     std::string strTrace;          // the trace file as text (see ReadUtf16Text)
-    std::vector<std::string> lines; // the trace's records
+    std::vector<std::string> lines; // the trace's records (see SplitRecords)
     // Records whose columns (class, method, category, text) match; empty strings match anything.
     std::vector<std::string> Records(const std::string& strMethod, const std::string& strCategory = "",
                                      const std::string& strText = "") const;

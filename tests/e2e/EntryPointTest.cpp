@@ -1,0 +1,142 @@
+// Tarvos.exe end to end: exit codes, the records of main and the help text.
+#include "TestKit.h"
+
+#include <gtest/gtest.h>
+
+using testkit::RunTarvos;
+using testkit::SplitTabs;
+
+namespace
+{
+std::string Message(const std::string& strRecord)
+{
+    const auto cols = SplitTabs(strRecord);
+    return cols.size() >= 9 ? cols[8] : std::string();
+}
+
+std::string LeaveOfMain(const testkit::TarvosRun& run)
+{
+    const auto leave = run.Records("main", "Leave");
+    return leave.size() == 1 ? Message(leave[0]) : "<" + std::to_string(leave.size()) + " Leave records>";
+}
+} // namespace
+
+TEST(EntryPoint, NoArgumentsIsNothingDone)
+{
+    const auto run = RunTarvos("");
+    ASSERT_FALSE(run.bTimedOut);
+    EXPECT_EQ(7u, run.dwExitCode);
+    const auto enter = run.Records("main", "Enter", "Tarvos called");
+    ASSERT_EQ(1u, enter.size());
+    EXPECT_EQ("bLocalSystem='false'\nargv[0]='" + testkit::TarvosExe() +
+                  "'\nargv[1]='null'\nargv[2]='null'\nargv[3]='null'\ngg_nInst=0, gg_nSystemInst=0",
+              Message(enter[0]));
+    EXPECT_EQ("nReturn=7 '7, EXITCODE_ERR_NOTHING_DONE'", LeaveOfMain(run));
+    const auto build = run.Records("main", "Internal", "BUILD INFORMATION");
+    ASSERT_EQ(1u, build.size());
+    EXPECT_EQ("Verbose", SplitTabs(build[0])[3]);
+    EXPECT_EQ(0u, Message(build[0]).rfind("NODEBUG; TIME=", 0));
+    // The dispatcher ran and found no action.
+    EXPECT_EQ(1u, run.Records("DoTheJob", "Leave").size());
+    EXPECT_TRUE(run.strStdout.empty());
+}
+
+TEST(EntryPoint, RejectedCommandLineIsOne)
+{
+    const auto run = RunTarvos("/cf /mof=a.mof /dd");
+    EXPECT_EQ(1u, run.dwExitCode);
+    EXPECT_EQ(1u, run.Records("WbemUtil::CheckParams", "Internal", "Only one action: /cf, /dd, /cm is allowed").size());
+    const auto rejected = run.Records("main", "Exception", "ParseCmdLine returned error");
+    ASSERT_EQ(1u, rejected.size());
+    EXPECT_EQ("Error", SplitTabs(rejected[0])[3]);
+    EXPECT_EQ("nReturn=1 '1, '", LeaveOfMain(run));
+    EXPECT_TRUE(run.Records("DoTheJob").empty());
+}
+
+TEST(EntryPoint, EntryRecordShowsTheFirstThreeArguments)
+{
+    const auto run = RunTarvos("/frobnicate \"/KEY=  A B\" cf /x");
+    EXPECT_EQ(7u, run.dwExitCode);
+    const auto enter = run.Records("main", "Enter", "Tarvos called");
+    ASSERT_EQ(1u, enter.size());
+    EXPECT_NE(std::string::npos,
+              Message(enter[0]).find("argv[1]='/frobnicate'\nargv[2]='/KEY=  A B'\nargv[3]='cf'\n"));
+    EXPECT_EQ(2u, run.Records("WbemUtil::ParseToken", "Internal", "Unknown parameter").size());
+}
+
+TEST(EntryPoint, RelativeNamesBecomeFullPathsInTheWorkingDirectory)
+{
+    testkit::CScratchDir dir;
+    testkit::TarvosOptions options;
+    options.strWorkDir = dir.Path();
+    // The runtime's argument rules: a quoted argument keeps its blank, \" is a literal quote.
+    const auto run = RunTarvos("/dd \"/ini=x y.ini\" /MOF=\\\"\\\"sub\\a.mof\\\"", options);
+    const auto enter = run.Records("WbemUtil::CheckParams", "Enter");
+    ASSERT_EQ(1u, enter.size());
+    EXPECT_NE(std::string::npos, Message(enter[0]).find("mof='" + dir.File("sub\\a.mof") + "'\nini='" +
+                                                         dir.File("x y.ini") + "'\nreg=''\n"))
+        << Message(enter[0]);
+}
+
+TEST(EntryPoint, HelpPrintsBannerAndOptionSummary)
+{
+    const char* const aszSummary[] = {
+        "Tarvos /CF /MOF=<mof-file> [/SYSTEM] [/FORCE]",
+        "Tarvos /CM [/KEY=<reg-key>] [/SYSTEM]",
+        "Tarvos /DD [/INI=<ini-file> [/FORCE]] | [/MOF=<mof-file>]",
+        "Tarvos /SQ /INI=<ini-file> [/BACKUP]",
+        "Tarvos /?",
+        "",
+        "  /CF       : Checks version and compiles the MOF file. ",
+        "  /CM       : Compile MOFs provided by a list of registry keys. ",
+        "  /DD       : Deletes WMI namespaces, classes and static instances. ",
+        "  /SQ       : Sets the qualifiers listed in the INI file. ",
+        "  /MOF      : Specifies the MOF file to be processed. ",
+        "  /INI      : Specifies the INI file to be processed. ",
+        "  /KEY      : The registry keys containing the MOFs to be compiled. ",
+        "  /SYSTEM   : The MOF compilation is done in system context.",
+        "  /BACKUP   : The previous qualifier values are stored.",
+        "  /FORCE    : Enforces the deletion or creation of WMI elements. ",
+        "  /?        : Show help",
+        "",
+        "  <mof-file>: The MOF file",
+        "  <ini-file>: An INI file",
+        "  <reg-key> : A registry key",
+        "",
+        "Under Windows Vista, the launching process must be elevated to perform ",
+        "these tasks!",
+        "",
+        "Examples: Tarvos /cf /mof=PhysicylProcessor.mof /system",
+        "          Tarvos /sq /ini=Tarvos.ini /backup"};
+    std::string strResource;
+    for (const char* szLine : aszSummary)
+    {
+        strResource += (strResource.empty() && szLine == aszSummary[0] ? "" : "\r\n") + std::string(szLine);
+    }
+    ASSERT_EQ(1122u, strResource.size());
+    const std::string strText = "\nTarvos.exe Version 1.02\nCopyright (C) 2026 The Tarvos developers\n\n"
+                                "Tarvos - WMI schema setup tool of the management agent\n\n" +
+                                strResource;
+    // Standard output is in text mode: every "\n" reaches the pipe as "\r\n", so the
+    // summary's own CR LF line ends arrive as CR CR LF.
+    std::string strExpected;
+    for (char c : strText)
+    {
+        strExpected += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    }
+    for (const char* szArgs : {"/?", "/cf /? /cm", "/DD /?"})
+    {
+        const auto run = RunTarvos(szArgs);
+        EXPECT_EQ(0u, run.dwExitCode) << szArgs;
+        EXPECT_EQ(strExpected, run.strStdout) << szArgs;
+        EXPECT_EQ("nReturn=0 '0, EXITCODE_OK'", LeaveOfMain(run)) << szArgs;
+    }
+}
+
+TEST(EntryPoint, WithoutTracingTheExitCodeIsTheSame)
+{
+    testkit::TarvosOptions options;
+    options.bTrace = false;
+    EXPECT_EQ(1u, RunTarvos("/sq", options).dwExitCode);
+    EXPECT_EQ(7u, RunTarvos("/backup", options).dwExitCode);
+}
