@@ -111,7 +111,14 @@ bool ParseObjectPath(const std::wstring& text, ObjectPath& out)
     out = ObjectPath();
     std::wstring s(text);
     // The namespace part ends at the last ':' before the first '.', '=' or quote.
-    size_t stop = s.find_first_of(L".=\"");
+    size_t serverEnd = 0;
+    if (s.size() >= 2 && (s[0] == L'\\' || s[0] == L'/') && (s[1] == L'\\' || s[1] == L'/'))
+    {
+        serverEnd = s.find_first_of(L"\\/", 2);
+        if (serverEnd == std::wstring::npos)
+            return false;
+    }
+    size_t stop = s.find_first_of(L".=\"", serverEnd);
     size_t colon = s.rfind(L':', stop == std::wstring::npos ? std::wstring::npos : stop);
     if (colon != std::wstring::npos && (stop == std::wstring::npos || colon < stop))
     {

@@ -408,7 +408,10 @@ bool Repository::Parse(const std::wstring& text, std::wstring& error)
         ln.Word(kw);
         bool bOk = true;
         if (nLine == 1 || kw == L"wmiemu-repository")
-            bOk = kw == L"wmiemu-repository";
+        {
+            std::wstring version;
+            bOk = kw == L"wmiemu-repository" && ln.Word(version) && version == L"1";
+        }
         else if (kw == L"namespace")
         {
             std::wstring path;
@@ -446,12 +449,12 @@ bool Repository::Parse(const std::wstring& text, std::wstring& error)
         else if (kw == L"qualifier")
         {
             Qualifier q;
-            std::wstring fl;
-            bOk = ln.Word(q.name) && ln.Word(fl) && fl.compare(0, 7, L"flavor=") == 0 && ln.Eat(L'=') &&
+            std::wstring fl, num;
+            bOk = ln.Word(q.name) && ln.Word(fl) && fl == L"flavor" && ln.Eat(L'=') && ln.Word(num) && ln.Eat(L'=') &&
                   ln.ParseValue(q.value);
             if (bOk)
             {
-                q.flavor = (long)wcstoul(fl.c_str() + 7, nullptr, 16);
+                q.flavor = (long)wcstoul(num.c_str(), nullptr, 16);
                 std::vector<Qualifier>* target = nIndent <= 2 ? pQuals1 : nIndent <= 4 ? pQuals2 : pQuals3;
                 bOk = target != nullptr;
                 if (bOk)

@@ -151,7 +151,8 @@ const std::vector<ClassDef>& SystemClasses()
     static const std::vector<ClassDef> s_classes = [] {
         Repository repo;
         std::wstring error;
-        repo.Parse(s_systemClasses, error);
+        if (!repo.Parse(s_systemClasses, error) || !repo.FindNs(L"root"))
+            return std::vector<ClassDef>(); // cannot happen with the text above; the tests show it
         return repo.FindNs(L"root")->classes;
     }();
     return s_classes;
