@@ -1,0 +1,49 @@
+// Shared set-up of the scanner tests: MOF texts written to a scratch folder and scanned.
+#pragma once
+
+#include "MofParse.h"
+#include "TestKit.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+class MofScanTest : public ::testing::Test
+{
+protected:
+    testkit::CScratchDir m_dir;
+    std::unique_ptr<CMofParse> m_pScan;
+    int m_nFiles = 0;
+
+    // Writes the bytes to a new file and scans it with a fresh scanner.
+    bool Scan(const std::string& strBytes)
+    {
+        const std::string strPath = m_dir.File("t" + std::to_string(++m_nFiles) + ".mof");
+        EXPECT_TRUE(testkit::WriteBytes(strPath, strBytes));
+        m_pScan = std::make_unique<CMofParse>();
+        return m_pScan->Parse(strPath.c_str());
+    }
+    // Scans and reports what left the scan: 0 for none, else the HRESULT thrown.
+    HRESULT ScanThrown(const std::string& strBytes)
+    {
+        try
+        {
+            Scan(strBytes);
+        }
+        catch (HRESULT hr)
+        {
+            return hr;
+        }
+        return S_OK;
+    }
+    CMofParse& Mp() { return *m_pScan; }
+    // Position of the n-th (0-based) occurrence of a piece of text in the scanned text.
+    int PosOf(const std::string& strPiece, int nNth = 0) const
+    {
+        size_t nPos = m_pScan->Content().find(strPiece);
+        for (int i = 0; i < nNth && nPos != std::string::npos; ++i)
+            nPos = m_pScan->Content().find(strPiece, nPos + 1);
+        return nPos == std::string::npos ? -1 : static_cast<int>(nPos);
+    }
+};
