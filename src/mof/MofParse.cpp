@@ -74,14 +74,6 @@ bool CMofParse::Parse(const char* szFile)
     FilePtr pFile(pRaw);
 
     m_Content.clear();
-    if (fseek(pFile.get(), 0, SEEK_END) == 0)
-    {
-        const long nSize = ftell(pFile.get());
-        if (nSize > 0)
-            m_Content.reserve(static_cast<size_t>(nSize));
-        fseek(pFile.get(), 0, SEEK_SET);
-    }
-
     CLineCommentFilter filter(m_Content);
     const int nFirst = fgetc(pFile.get());
     if (nFirst == 0xFF)
