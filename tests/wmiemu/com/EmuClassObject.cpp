@@ -9,8 +9,8 @@ namespace wmiemu
 namespace
 {
 const LONG ORIGIN_MASK = 0x70; // WBEM_FLAG_LOCAL_ONLY .. WBEM_FLAG_NONSYSTEM_ONLY
-const LONG ENUM_FLAGS = WBEM_FLAG_KEYS_ONLY | WBEM_FLAG_REFS_ONLY | ORIGIN_MASK | WBEM_FLAG_CLASS_OVERRIDES_ONLY |
-                        WBEM_FLAG_CLASS_LOCAL_AND_OVERRIDES;
+const LONG ENUM_FLAGS = WBEM_FLAG_KEYS_ONLY | WBEM_FLAG_REFS_ONLY | ORIGIN_MASK |
+                        WBEM_FLAG_CLASS_OVERRIDES_ONLY | WBEM_FLAG_CLASS_LOCAL_AND_OVERRIDES;
 
 bool IsLocal(const Object& o, const Property& p)
 {
@@ -136,7 +136,8 @@ HRESULT CEmuClassObject::Get(LPCWSTR wszName, LONG lFlags, VARIANT* pVal, CIMTYP
     {
         v = p->value;
         type = p->type;
-        lFlavor = (m_obj.isClass && !IsLocal(m_obj, *p)) ? WBEM_FLAVOR_ORIGIN_PROPAGATED : WBEM_FLAVOR_ORIGIN_LOCAL;
+        lFlavor =
+            (m_obj.isClass && !IsLocal(m_obj, *p)) ? WBEM_FLAVOR_ORIGIN_PROPAGATED : WBEM_FLAVOR_ORIGIN_LOCAL;
     }
     else
         return WBEM_E_NOT_FOUND;
@@ -248,7 +249,8 @@ std::vector<std::wstring> CEmuClassObject::Names(LONG lFlags) const
     return names;
 }
 
-HRESULT CEmuClassObject::GetNames(LPCWSTR wszQualifierName, LONG lFlags, VARIANT* pQualifierVal, SAFEARRAY** pNames)
+HRESULT CEmuClassObject::GetNames(LPCWSTR wszQualifierName, LONG lFlags, VARIANT* pQualifierVal,
+                                  SAFEARRAY** pNames)
 {
     if (!pNames || (lFlags & ~(ENUM_FLAGS | WBEM_FLAG_ONLY_IF_IDENTICAL)))
         return WBEM_E_INVALID_PARAMETER;
@@ -267,8 +269,8 @@ HRESULT CEmuClassObject::GetNames(LPCWSTR wszQualifierName, LONG lFlags, VARIANT
     {
         const Property* p = FindProp(m_obj.props, n);
         const Qualifier* q = (p && wszQualifierName) ? FindQual(p->quals, wszQualifierName) : nullptr;
-        bool bTake = lCond == WBEM_FLAG_ALWAYS ||
-                     (lCond == WBEM_FLAG_ONLY_IF_TRUE && q) || (lCond == WBEM_FLAG_ONLY_IF_FALSE && p && !q) ||
+        bool bTake = lCond == WBEM_FLAG_ALWAYS || (lCond == WBEM_FLAG_ONLY_IF_TRUE && q) ||
+                     (lCond == WBEM_FLAG_ONLY_IF_FALSE && p && !q) ||
                      (lCond == WBEM_FLAG_ONLY_IF_IDENTICAL && q && ValueEquals(q->value, want));
         if (bTake)
             names.push_back(n);

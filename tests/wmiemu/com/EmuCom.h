@@ -14,14 +14,17 @@ extern LONG g_nLiveObjects;
 // {0E5C21A4-7B9D-4C55-9D7B-2F1E6A0C9A31}: asks an IWbemClassObject whether it is one of ours.
 extern const IID IID_IEmuClassObject;
 
-#define EMU_IUNKNOWN_REFCOUNT                                                                                  \
-    STDMETHODIMP_(ULONG) AddRef() override { return (ULONG)InterlockedIncrement(&m_nRef); }                     \
-    STDMETHODIMP_(ULONG) Release() override                                                                    \
-    {                                                                                                          \
-        LONG n = InterlockedDecrement(&m_nRef);                                                                \
-        if (n == 0)                                                                                            \
-            delete this;                                                                                       \
-        return (ULONG)n;                                                                                       \
+#define EMU_IUNKNOWN_REFCOUNT                                                                                \
+    STDMETHODIMP_(ULONG) AddRef() override                                                                   \
+    {                                                                                                        \
+        return (ULONG)InterlockedIncrement(&m_nRef);                                                         \
+    }                                                                                                        \
+    STDMETHODIMP_(ULONG) Release() override                                                                  \
+    {                                                                                                        \
+        LONG n = InterlockedDecrement(&m_nRef);                                                              \
+        if (n == 0)                                                                                          \
+            delete this;                                                                                     \
+        return (ULONG)n;                                                                                     \
     }
 
 // Counts live objects for DllCanUnloadNow.
@@ -39,8 +42,12 @@ class CEmuClientSecurity : public IClientSecurity
 {
 public:
     STDMETHODIMP QueryBlanket(IUnknown*, DWORD* pAuthnSvc, DWORD* pAuthzSvc, OLECHAR** pServerPrincName,
-                              DWORD* pAuthnLevel, DWORD* pImpLevel, void** pAuthInfo, DWORD* pCapabilities) override;
-    STDMETHODIMP SetBlanket(IUnknown*, DWORD, DWORD, OLECHAR*, DWORD, DWORD, void*, DWORD) override { return S_OK; }
+                              DWORD* pAuthnLevel, DWORD* pImpLevel, void** pAuthInfo,
+                              DWORD* pCapabilities) override;
+    STDMETHODIMP SetBlanket(IUnknown*, DWORD, DWORD, OLECHAR*, DWORD, DWORD, void*, DWORD) override
+    {
+        return S_OK;
+    }
     STDMETHODIMP CopyProxy(IUnknown* pProxy, IUnknown** ppCopy) override;
 };
 
@@ -50,8 +57,8 @@ public:
     STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override;
     EMU_IUNKNOWN_REFCOUNT
     STDMETHODIMP ConnectServer(const BSTR strNetworkResource, const BSTR strUser, const BSTR strPassword,
-                               const BSTR strLocale, LONG lSecurityFlags, const BSTR strAuthority, IWbemContext* pCtx,
-                               IWbemServices** ppNamespace) override;
+                               const BSTR strLocale, LONG lSecurityFlags, const BSTR strAuthority,
+                               IWbemContext* pCtx, IWbemServices** ppNamespace) override;
 
 private:
     virtual ~CEmuLocator() = default;
@@ -69,8 +76,8 @@ public:
                                IWbemServices** ppWorkingNamespace, IWbemCallResult** ppResult) override;
     STDMETHODIMP CancelAsyncCall(IWbemObjectSink*) override { return WBEM_E_NOT_SUPPORTED; }
     STDMETHODIMP QueryObjectSink(LONG, IWbemObjectSink**) override { return WBEM_E_NOT_SUPPORTED; }
-    STDMETHODIMP GetObject(const BSTR strObjectPath, LONG lFlags, IWbemContext* pCtx, IWbemClassObject** ppObject,
-                           IWbemCallResult** ppCallResult) override;
+    STDMETHODIMP GetObject(const BSTR strObjectPath, LONG lFlags, IWbemContext* pCtx,
+                           IWbemClassObject** ppObject, IWbemCallResult** ppCallResult) override;
     STDMETHODIMP GetObjectAsync(const BSTR, LONG, IWbemContext*, IWbemObjectSink*) override
     {
         return WBEM_E_NOT_SUPPORTED;
@@ -117,16 +124,18 @@ public:
     {
         return WBEM_E_NOT_SUPPORTED;
     }
-    STDMETHODIMP ExecNotificationQuery(const BSTR, const BSTR, LONG, IWbemContext*, IEnumWbemClassObject**) override
+    STDMETHODIMP ExecNotificationQuery(const BSTR, const BSTR, LONG, IWbemContext*,
+                                       IEnumWbemClassObject**) override
     {
         return WBEM_E_NOT_SUPPORTED;
     }
-    STDMETHODIMP ExecNotificationQueryAsync(const BSTR, const BSTR, LONG, IWbemContext*, IWbemObjectSink*) override
+    STDMETHODIMP ExecNotificationQueryAsync(const BSTR, const BSTR, LONG, IWbemContext*,
+                                            IWbemObjectSink*) override
     {
         return WBEM_E_NOT_SUPPORTED;
     }
-    STDMETHODIMP ExecMethod(const BSTR, const BSTR, LONG, IWbemContext*, IWbemClassObject*, IWbemClassObject**,
-                            IWbemCallResult**) override
+    STDMETHODIMP ExecMethod(const BSTR, const BSTR, LONG, IWbemContext*, IWbemClassObject*,
+                            IWbemClassObject**, IWbemCallResult**) override
     {
         return WBEM_E_NOT_SUPPORTED;
     }
@@ -138,7 +147,8 @@ public:
 
 private:
     virtual ~CEmuServices() = default;
-    HRESULT MakeEnum(std::vector<Object>& objs, LONG lFlags, const std::wstring& cls, IEnumWbemClassObject** ppEnum);
+    HRESULT MakeEnum(std::vector<Object>& objs, LONG lFlags, const std::wstring& cls,
+                     IEnumWbemClassObject** ppEnum);
     std::wstring m_ns;
     LONG m_nRef = 1;
     CEmuObjectCount m_count;
@@ -159,7 +169,8 @@ public:
     STDMETHODIMP Get(LPCWSTR wszName, LONG lFlags, VARIANT* pVal, CIMTYPE* pType, LONG* plFlavor) override;
     STDMETHODIMP Put(LPCWSTR wszName, LONG lFlags, VARIANT* pVal, CIMTYPE Type) override;
     STDMETHODIMP Delete(LPCWSTR wszName) override;
-    STDMETHODIMP GetNames(LPCWSTR wszQualifierName, LONG lFlags, VARIANT* pQualifierVal, SAFEARRAY** pNames) override;
+    STDMETHODIMP GetNames(LPCWSTR wszQualifierName, LONG lFlags, VARIANT* pQualifierVal,
+                          SAFEARRAY** pNames) override;
     STDMETHODIMP BeginEnumeration(LONG lEnumFlags) override;
     STDMETHODIMP Next(LONG lFlags, BSTR* strName, VARIANT* pVal, CIMTYPE* pType, LONG* plFlavor) override;
     STDMETHODIMP EndEnumeration() override;

@@ -9,14 +9,17 @@ namespace wmiemu
 LONG g_nLiveObjects = 0;
 
 // {0E5C21A4-7B9D-4C55-9D7B-2F1E6A0C9A31}
-const IID IID_IEmuClassObject = {0x0e5c21a4, 0x7b9d, 0x4c55, {0x9d, 0x7b, 0x2f, 0x1e, 0x6a, 0x0c, 0x9a, 0x31}};
+const IID IID_IEmuClassObject = {
+    0x0e5c21a4, 0x7b9d, 0x4c55, {0x9d, 0x7b, 0x2f, 0x1e, 0x6a, 0x0c, 0x9a, 0x31}};
 
 namespace
 {
 // {4590f811-1d3a-11d0-891f-00aa004b2e24}
-const CLSID CLSID_EmuWbemLocator = {0x4590f811, 0x1d3a, 0x11d0, {0x89, 0x1f, 0x00, 0xaa, 0x00, 0x4b, 0x2e, 0x24}};
+const CLSID CLSID_EmuWbemLocator = {
+    0x4590f811, 0x1d3a, 0x11d0, {0x89, 0x1f, 0x00, 0xaa, 0x00, 0x4b, 0x2e, 0x24}};
 // {6DAF9757-2E37-11D2-AEC9-00C04FB68820}
-const CLSID CLSID_EmuMofCompiler = {0x6daf9757, 0x2e37, 0x11d2, {0xae, 0xc9, 0x00, 0xc0, 0x4f, 0xb6, 0x88, 0x20}};
+const CLSID CLSID_EmuMofCompiler = {
+    0x6daf9757, 0x2e37, 0x11d2, {0xae, 0xc9, 0x00, 0xc0, 0x4f, 0xb6, 0x88, 0x20}};
 
 class CEmuFactory : public IClassFactory
 {
@@ -64,8 +67,9 @@ private:
 };
 } // namespace
 
-HRESULT CEmuClientSecurity::QueryBlanket(IUnknown*, DWORD* pAuthnSvc, DWORD* pAuthzSvc, OLECHAR** pServerPrincName,
-                                         DWORD* pAuthnLevel, DWORD* pImpLevel, void** pAuthInfo, DWORD* pCapabilities)
+HRESULT CEmuClientSecurity::QueryBlanket(IUnknown*, DWORD* pAuthnSvc, DWORD* pAuthzSvc,
+                                         OLECHAR** pServerPrincName, DWORD* pAuthnLevel, DWORD* pImpLevel,
+                                         void** pAuthInfo, DWORD* pCapabilities)
 {
     if (pAuthnSvc)
         *pAuthnSvc = RPC_C_AUTHN_WINNT;

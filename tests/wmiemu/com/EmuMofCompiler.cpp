@@ -32,8 +32,8 @@ HRESULT Fail(WBEM_COMPILE_STATUS_INFO* pInfo, long lPhase, HRESULT hr, long lObj
 bool AddToAutorecoverList(const std::wstring& path)
 {
     HKEY hKey = nullptr;
-    if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, CIMOM_KEY, 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &hKey, nullptr) !=
-        ERROR_SUCCESS)
+    if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, CIMOM_KEY, 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &hKey,
+                        nullptr) != ERROR_SUCCESS)
         return false;
     std::vector<std::wstring> list;
     DWORD dwType = 0, cb = 0;
@@ -41,7 +41,8 @@ bool AddToAutorecoverList(const std::wstring& path)
         dwType == REG_MULTI_SZ && cb > 0)
     {
         std::vector<wchar_t> buf(cb / sizeof(wchar_t) + 2, 0);
-        if (RegQueryValueExW(hKey, AUTORECOVER_VALUE, nullptr, &dwType, (BYTE*)buf.data(), &cb) == ERROR_SUCCESS)
+        if (RegQueryValueExW(hKey, AUTORECOVER_VALUE, nullptr, &dwType, (BYTE*)buf.data(), &cb) ==
+            ERROR_SUCCESS)
             for (const wchar_t* p = buf.data(); *p; p += wcslen(p) + 1)
                 list.push_back(p);
     }
@@ -94,8 +95,8 @@ HRESULT CEmuMofCompiler::CompileFile(LPWSTR FileName, LPWSTR, LPWSTR, LPWSTR, LP
 
     mofc::CompileResult result = mofc::ParseFile(path);
     if (!result.ok)
-        return Fail(pInfo, result.phase ? result.phase : 2, (HRESULT)result.hr, result.objectNumber, result.firstLine,
-                    result.lastLine);
+        return Fail(pInfo, result.phase ? result.phase : 2, (HRESULT)result.hr, result.objectNumber,
+                    result.firstLine, result.lastLine);
     if (lOptionFlags & WBEM_FLAG_CHECK_ONLY)
         return WBEM_S_NO_ERROR;
 

@@ -9,8 +9,9 @@ namespace wmiemu
 
 namespace
 {
-const LONG QUAL_FLAVORS = WBEM_FLAVOR_FLAG_PROPAGATE_TO_INSTANCE | WBEM_FLAVOR_FLAG_PROPAGATE_TO_DERIVED_CLASS |
-                          WBEM_FLAVOR_NOT_OVERRIDABLE | WBEM_FLAVOR_AMENDED;
+const LONG QUAL_FLAVORS = WBEM_FLAVOR_FLAG_PROPAGATE_TO_INSTANCE |
+                          WBEM_FLAVOR_FLAG_PROPAGATE_TO_DERIVED_CLASS | WBEM_FLAVOR_NOT_OVERRIDABLE |
+                          WBEM_FLAVOR_AMENDED;
 
 bool QualifierValueOk(const VARIANT* p)
 {
@@ -21,7 +22,8 @@ bool QualifierValueOk(const VARIANT* p)
 }
 } // namespace
 
-CEmuQualifierSet::CEmuQualifierSet(CEmuClassObject* pOwner, const std::wstring& prop) : m_pOwner(pOwner), m_prop(prop)
+CEmuQualifierSet::CEmuQualifierSet(CEmuClassObject* pOwner, const std::wstring& prop)
+    : m_pOwner(pOwner), m_prop(prop)
 {
     m_pOwner->AddRef();
 }
@@ -70,9 +72,10 @@ std::vector<Qualifier> CEmuQualifierSet::View()
         q.name = L"CIMTYPE";
         q.value = Value::Str(type);
         bool bLocal = o.isClass && (p->origin.empty() || NameEq(p->origin, o.className));
-        q.flavor = bLocal ? WBEM_FLAVOR_FLAG_PROPAGATE_TO_INSTANCE | WBEM_FLAVOR_FLAG_PROPAGATE_TO_DERIVED_CLASS
-                          : WBEM_FLAVOR_FLAG_PROPAGATE_TO_INSTANCE | WBEM_FLAVOR_FLAG_PROPAGATE_TO_DERIVED_CLASS |
-                                WBEM_FLAVOR_ORIGIN_PROPAGATED;
+        q.flavor = bLocal
+                       ? WBEM_FLAVOR_FLAG_PROPAGATE_TO_INSTANCE | WBEM_FLAVOR_FLAG_PROPAGATE_TO_DERIVED_CLASS
+                       : WBEM_FLAVOR_FLAG_PROPAGATE_TO_INSTANCE |
+                             WBEM_FLAVOR_FLAG_PROPAGATE_TO_DERIVED_CLASS | WBEM_FLAVOR_ORIGIN_PROPAGATED;
         r.insert(r.begin(), q);
     }
     return r;
@@ -124,7 +127,8 @@ HRESULT CEmuQualifierSet::Put(LPCWSTR wszName, VARIANT* pVal, LONG lFlavor)
         return WBEM_E_INVALID_QUALIFIER_TYPE;
     if (Qualifier* existing = FindQual(*pq, wszName))
     {
-        if ((existing->flavor & WBEM_FLAVOR_ORIGIN_PROPAGATED) && (existing->flavor & WBEM_FLAVOR_NOT_OVERRIDABLE))
+        if ((existing->flavor & WBEM_FLAVOR_ORIGIN_PROPAGATED) &&
+            (existing->flavor & WBEM_FLAVOR_NOT_OVERRIDABLE))
             return WBEM_E_OVERRIDE_NOT_ALLOWED;
         q.name = existing->name;
         *existing = q;
@@ -165,7 +169,8 @@ HRESULT CEmuQualifierSet::GetNames(LONG lFlags, SAFEARRAY** pNames)
     for (auto& q : View())
     {
         bool bPropagated = (q.flavor & WBEM_FLAVOR_ORIGIN_PROPAGATED) != 0;
-        if ((lFlags == WBEM_FLAG_LOCAL_ONLY && bPropagated) || (lFlags == WBEM_FLAG_PROPAGATED_ONLY && !bPropagated))
+        if ((lFlags == WBEM_FLAG_LOCAL_ONLY && bPropagated) ||
+            (lFlags == WBEM_FLAG_PROPAGATED_ONLY && !bPropagated))
             continue;
         names.push_back(q.name);
     }
@@ -180,7 +185,8 @@ HRESULT CEmuQualifierSet::BeginEnumeration(LONG lFlags)
     for (auto& q : View())
     {
         bool bPropagated = (q.flavor & WBEM_FLAVOR_ORIGIN_PROPAGATED) != 0;
-        if ((lFlags == WBEM_FLAG_LOCAL_ONLY && bPropagated) || (lFlags == WBEM_FLAG_PROPAGATED_ONLY && !bPropagated))
+        if ((lFlags == WBEM_FLAG_LOCAL_ONLY && bPropagated) ||
+            (lFlags == WBEM_FLAG_PROPAGATED_ONLY && !bPropagated))
             continue;
         m_enum.push_back(q);
     }

@@ -42,8 +42,8 @@ HRESULT CEmuServices::QueryInterface(REFIID riid, void** ppv)
     return S_OK;
 }
 
-HRESULT CEmuServices::OpenNamespace(const BSTR strNamespace, LONG, IWbemContext*, IWbemServices** ppWorkingNamespace,
-                                    IWbemCallResult** ppResult)
+HRESULT CEmuServices::OpenNamespace(const BSTR strNamespace, LONG, IWbemContext*,
+                                    IWbemServices** ppWorkingNamespace, IWbemCallResult** ppResult)
 {
     ClearCallResult(ppResult);
     if (!strNamespace || !ppWorkingNamespace)
@@ -88,7 +88,8 @@ HRESULT CEmuServices::GetObject(const BSTR strObjectPath, LONG, IWbemContext*, I
         obj.ns = m_ns;
     }
     else
-        hr = Store::Instance().Read([&](const Repository& repo) { return repo.GetObjectByPath(m_ns, path, obj); });
+        hr = Store::Instance().Read(
+            [&](const Repository& repo) { return repo.GetObjectByPath(m_ns, path, obj); });
     if (FAILED(hr))
         return hr;
     if (!ppObject)
@@ -96,7 +97,8 @@ HRESULT CEmuServices::GetObject(const BSTR strObjectPath, LONG, IWbemContext*, I
     return CEmuClassObject::Create(obj, ppObject);
 }
 
-HRESULT CEmuServices::PutClass(IWbemClassObject* pObject, LONG lFlags, IWbemContext*, IWbemCallResult** ppCallResult)
+HRESULT CEmuServices::PutClass(IWbemClassObject* pObject, LONG lFlags, IWbemContext*,
+                               IWbemCallResult** ppCallResult)
 {
     ClearCallResult(ppCallResult);
     CEmuClassObject* pEmu = pObject ? CEmuClassObject::From(pObject) : nullptr;
@@ -121,7 +123,8 @@ HRESULT CEmuServices::DeleteClass(const BSTR strClass, LONG, IWbemContext*, IWbe
     return Store::Instance().Modify([&](Repository& repo) { return repo.DeleteClass(m_ns, cls); });
 }
 
-HRESULT CEmuServices::PutInstance(IWbemClassObject* pInst, LONG lFlags, IWbemContext*, IWbemCallResult** ppCallResult)
+HRESULT CEmuServices::PutInstance(IWbemClassObject* pInst, LONG lFlags, IWbemContext*,
+                                  IWbemCallResult** ppCallResult)
 {
     ClearCallResult(ppCallResult);
     CEmuClassObject* pEmu = pInst ? CEmuClassObject::From(pInst) : nullptr;
@@ -131,10 +134,12 @@ HRESULT CEmuServices::PutInstance(IWbemClassObject* pInst, LONG lFlags, IWbemCon
     HRESULT hr = ApplyFault(L"PutInstance", m_ns, obj.className);
     if (FAILED(hr))
         return hr;
-    return Store::Instance().Modify([&](Repository& repo) { return repo.PutInstance(m_ns, obj, lFlags, nullptr); });
+    return Store::Instance().Modify(
+        [&](Repository& repo) { return repo.PutInstance(m_ns, obj, lFlags, nullptr); });
 }
 
-HRESULT CEmuServices::DeleteInstance(const BSTR strObjectPath, LONG, IWbemContext*, IWbemCallResult** ppCallResult)
+HRESULT CEmuServices::DeleteInstance(const BSTR strObjectPath, LONG, IWbemContext*,
+                                     IWbemCallResult** ppCallResult)
 {
     ClearCallResult(ppCallResult);
     if (!strObjectPath)
@@ -197,7 +202,8 @@ HRESULT CEmuServices::ExecQuery(const BSTR strQueryLanguage, const BSTR strQuery
         return WBEM_E_INVALID_QUERY_TYPE;
     std::wstring query = strQuery, cls;
     std::vector<Object> objs;
-    HRESULT hr = Store::Instance().Read([&](const Repository& repo) { return RunQuery(repo, m_ns, query, objs, &cls); });
+    HRESULT hr = Store::Instance().Read(
+        [&](const Repository& repo) { return RunQuery(repo, m_ns, query, objs, &cls); });
     HRESULT hrFault = ApplyFault(L"ExecQuery", m_ns, cls);
     if (FAILED(hrFault))
         return hrFault;

@@ -95,7 +95,8 @@ HRESULT ScalarToVariant(const Value& v, VARTYPE vt, CIMTYPE type, VARIANT* pVar)
     default: {
         std::wstring s = v.s;
         if (v.kind == Value::Kind::Int)
-            s = (type & ~CIM_FLAG_ARRAY) == CIM_UINT64 ? std::to_wstring((unsigned long long)v.i) : std::to_wstring(v.i);
+            s = (type & ~CIM_FLAG_ARRAY) == CIM_UINT64 ? std::to_wstring((unsigned long long)v.i)
+                                                       : std::to_wstring(v.i);
         pVar->vt = VT_BSTR;
         pVar->bstrVal = SysAllocStringLen(s.data(), (UINT)s.size());
         break;
@@ -123,7 +124,9 @@ HRESULT ToVariant(const Value& v, CIMTYPE type, VARIANT* pVar)
     {
         VARIANT item;
         ScalarToVariant(v.items[n], vt, type, &item);
-        void* pData = vt == VT_BSTR ? (void*)item.bstrVal : vt == VT_UNKNOWN ? (void*)item.punkVal : (void*)&item.lVal;
+        void* pData = vt == VT_BSTR      ? (void*)item.bstrVal
+                      : vt == VT_UNKNOWN ? (void*)item.punkVal
+                                         : (void*)&item.lVal;
         SafeArrayPutElement(psa, &n, pData);
         VariantClear(&item);
     }

@@ -57,8 +57,8 @@ protected:
     {
         CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
         Ptr<IMofCompiler> comp;
-        g_bEmulator = SUCCEEDED(CoCreateInstance(CLSID_MofCompiler, nullptr, CLSCTX_INPROC_SERVER, IID_IMofCompiler,
-                                                 (void**)&comp));
+        g_bEmulator = SUCCEEDED(CoCreateInstance(CLSID_MofCompiler, nullptr, CLSCTX_INPROC_SERVER,
+                                                 IID_IMofCompiler, (void**)&comp));
         if (!g_bEmulator)
             return;
         wchar_t tmp[MAX_PATH];
@@ -72,7 +72,8 @@ protected:
             f << WINE_SHAPED_MOF;
         }
         WBEM_COMPILE_STATUS_INFO info = {};
-        ASSERT_EQ(WBEM_S_NO_ERROR, comp->CompileFile(&mof[0], nullptr, nullptr, nullptr, nullptr, 0, 0, 0, &info));
+        ASSERT_EQ(WBEM_S_NO_ERROR,
+                  comp->CompileFile(&mof[0], nullptr, nullptr, nullptr, nullptr, 0, 0, 0, &info));
     }
     static void TearDownTestSuite() { CoUninitialize(); }
 
@@ -119,8 +120,9 @@ TEST_F(WmiConformance, ConnectToCimv2AndSetTheProxyBlanket)
 {
     Ptr<IWbemServices> svc;
     ASSERT_EQ(WBEM_S_NO_ERROR, Connect(L"ROOT\\CIMV2", &svc));
-    EXPECT_EQ(S_OK, CoSetProxyBlanket(svc.p, RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
-                                      RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE));
+    EXPECT_EQ(S_OK,
+              CoSetProxyBlanket(svc.p, RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
+                                RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE));
 }
 
 TEST_F(WmiConformance, ConnectToMissingNamespaceIsInvalidNamespace)
@@ -232,10 +234,11 @@ TEST_F(WmiConformance, EnumerationEndsWithFalseAndNothingReturned)
         BSTR cls = SysAllocString(L"Win32_BIOS");
         BSTR lang = SysAllocString(L"WQL");
         BSTR query = SysAllocString(L"SELECT * FROM Win32_BIOS");
-        HRESULT hr = nPass == 0 ? svc->CreateInstanceEnum(cls, WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY,
-                                                          nullptr, &en)
-                                : svc->ExecQuery(lang, query, WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY,
-                                                 nullptr, &en);
+        HRESULT hr = nPass == 0
+                         ? svc->CreateInstanceEnum(cls, WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY,
+                                                   nullptr, &en)
+                         : svc->ExecQuery(lang, query, WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY,
+                                          nullptr, &en);
         SysFreeString(cls);
         SysFreeString(lang);
         SysFreeString(query);

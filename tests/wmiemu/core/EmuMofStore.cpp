@@ -154,7 +154,9 @@ HRESULT CMofStorer::ConvertValue(const std::wstring& ns, const mofc::Value& in, 
         if (in.kind != mofc::Value::Kind::Real && in.kind != mofc::Value::Kind::Int)
             return WBEM_E_TYPE_MISMATCH;
         out.kind = Value::Kind::Real;
-        out.r = in.kind == mofc::Value::Kind::Real ? in.r : (in.isUnsigned ? (double)(unsigned long long)in.i : (double)in.i);
+        out.r = in.kind == mofc::Value::Kind::Real
+                    ? in.r
+                    : (in.isUnsigned ? (double)(unsigned long long)in.i : (double)in.i);
         return WBEM_S_NO_ERROR;
     case CIM_STRING:
     case CIM_DATETIME:
@@ -197,7 +199,8 @@ HRESULT CMofStorer::ConvertValue(const std::wstring& ns, const mofc::Value& in, 
         if (in.kind == mofc::Value::Kind::String && (base == CIM_SINT64 || base == CIM_UINT64))
         {
             wchar_t* end = nullptr;
-            long long n = in.s[0] == L'-' ? wcstoll(in.s.c_str(), &end, 0) : (long long)wcstoull(in.s.c_str(), &end, 0);
+            long long n =
+                in.s[0] == L'-' ? wcstoll(in.s.c_str(), &end, 0) : (long long)wcstoull(in.s.c_str(), &end, 0);
             if (in.s.empty() || !end || *end)
                 return WBEM_E_TYPE_MISMATCH;
             out = Value::Int(n);
@@ -207,8 +210,8 @@ HRESULT CMofStorer::ConvertValue(const std::wstring& ns, const mofc::Value& in, 
     }
 }
 
-Property CMofStorer::ConvertProperty(const std::wstring& ns, const mofc::Property& p, const std::wstring& origin,
-                                     HRESULT& hr)
+Property CMofStorer::ConvertProperty(const std::wstring& ns, const mofc::Property& p,
+                                     const std::wstring& origin, HRESULT& hr)
 {
     Property r;
     r.name = p.name;
@@ -263,7 +266,8 @@ HRESULT CMofStorer::StoreClass(const mofc::Declaration& d, long lFlags)
     return m_repo.PutClass(d.ns, obj, lFlags);
 }
 
-HRESULT CMofStorer::BuildInstance(const std::wstring& ns, const mofc::InstanceDecl& decl, Object& out, int nDepth)
+HRESULT CMofStorer::BuildInstance(const std::wstring& ns, const mofc::InstanceDecl& decl, Object& out,
+                                  int nDepth)
 {
     InstData empty;
     empty.className = decl.className;

@@ -20,7 +20,8 @@ bool NormalizeNamespace(const std::wstring& text, std::wstring& out)
     }
     while (!s.empty() && s.back() == L'\\')
         s.pop_back();
-    if (s.empty() || s[0] == L'\\' || s.find(L"\\\\") != std::wstring::npos || s.find(L':') != std::wstring::npos)
+    if (s.empty() || s[0] == L'\\' || s.find(L"\\\\") != std::wstring::npos ||
+        s.find(L':') != std::wstring::npos)
         return false;
     out = s;
     return true;
@@ -224,7 +225,8 @@ std::wstring FormatRelPath(const std::wstring& className, std::vector<std::pair<
 {
     if (keys.empty())
         return className + L"=@";
-    std::sort(keys.begin(), keys.end(), [](const auto& a, const auto& b) { return NameCmp(a.first, b.first) < 0; });
+    std::sort(keys.begin(), keys.end(),
+              [](const auto& a, const auto& b) { return NameCmp(a.first, b.first) < 0; });
     std::wstring r = className + L".";
     for (size_t n = 0; n < keys.size(); ++n)
     {

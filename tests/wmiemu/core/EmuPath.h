@@ -10,8 +10,8 @@ namespace wmiemu
 struct ObjectPath
 {
     std::wstring server, ns, className;
-    bool singleton = false;                                // "Class=@"
-    std::vector<std::pair<std::wstring, Value>> keys;      // name "" for "Class="v""
+    bool singleton = false;                           // "Class=@"
+    std::vector<std::pair<std::wstring, Value>> keys; // name "" for "Class="v""
     bool IsClass() const { return !singleton && keys.empty(); }
 };
 

@@ -48,7 +48,8 @@ bool Tokenize(const std::wstring& s, std::vector<Token>& out)
             t.kind = Token::Kind::Name;
             t.text = s.substr(start, pos - start);
         }
-        else if (std::iswdigit(c) || ((c == L'-' || c == L'+' || c == L'.') && pos + 1 < s.size() && std::iswdigit(s[pos + 1])))
+        else if (std::iswdigit(c) ||
+                 ((c == L'-' || c == L'+' || c == L'.') && pos + 1 < s.size() && std::iswdigit(s[pos + 1])))
         {
             size_t start = pos++;
             while (pos < s.size() && (std::iswalnum(s[pos]) || s[pos] == L'.'))
@@ -72,7 +73,7 @@ bool Tokenize(const std::wstring& s, std::vector<Token>& out)
         }
         else if (c == L'(' || c == L')' || c == L',' || c == L'*')
         {
-            t.kind = c == L'(' ? Token::Kind::LParen
+            t.kind = c == L'('   ? Token::Kind::LParen
                      : c == L')' ? Token::Kind::RParen
                      : c == L',' ? Token::Kind::Comma
                                  : Token::Kind::Star;
@@ -250,7 +251,9 @@ Value Operand(const Object& o, const Token& t)
 bool Compare(const Value& a, const Value& b, const std::wstring& op)
 {
     if (a.IsNull() || b.IsNull())
-        return op == L"=" ? a.IsNull() && b.IsNull() : (op == L"<>" || op == L"!=") ? a.IsNull() != b.IsNull() : false;
+        return op == L"="                     ? a.IsNull() && b.IsNull()
+               : (op == L"<>" || op == L"!=") ? a.IsNull() != b.IsNull()
+                                              : false;
     int c = 0;
     if (op == L"LIKE")
         return a.kind == Value::Kind::String && b.kind == Value::Kind::String && LikeMatch(a.s, b.s);
@@ -300,7 +303,8 @@ bool Eval(const Repository& repo, const Object& o, const Node& n)
                                [&](const std::wstring& d) { return NameEq(d, n.rhs.text); });
         Value v = Operand(o, n.lhs);
         if (v.kind == Value::Kind::Object && v.obj)
-            return NameEq(v.obj->className, n.rhs.text) || repo.DerivesFrom(o.ns, v.obj->className, n.rhs.text);
+            return NameEq(v.obj->className, n.rhs.text) ||
+                   repo.DerivesFrom(o.ns, v.obj->className, n.rhs.text);
         return false;
     }
     case Node::Kind::Compare:
@@ -367,8 +371,8 @@ bool LikeMatch(const std::wstring& text, const std::wstring& pattern)
     return LikeAt(text, 0, pattern, 0, 0);
 }
 
-HRESULT RunQuery(const Repository& repo, const std::wstring& ns, const std::wstring& text, std::vector<Object>& out,
-                 std::wstring* pClassName)
+HRESULT RunQuery(const Repository& repo, const std::wstring& ns, const std::wstring& text,
+                 std::vector<Object>& out, std::wstring* pClassName)
 {
     std::vector<Token> toks;
     if (!Tokenize(text, toks))
@@ -409,7 +413,7 @@ HRESULT RunQuery(const Repository& repo, const std::wstring& ns, const std::wstr
         *pClassName = cls.text;
     std::vector<Object> all;
     HRESULT hr = NameEq(cls.text, L"meta_class") ? repo.EnumClasses(ns, L"", true, all)
-                                                  : repo.EnumInstances(ns, cls.text, true, all);
+                                                 : repo.EnumInstances(ns, cls.text, true, all);
     if (FAILED(hr))
         return hr;
     for (auto& o : all)

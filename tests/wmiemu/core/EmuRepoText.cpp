@@ -73,7 +73,8 @@ std::wstring Name(const std::wstring& s)
 std::wstring TypeText(CIMTYPE type, const std::wstring& refClass)
 {
     std::wstring base = CimTypeName(type & ~CIM_FLAG_ARRAY);
-    if (!refClass.empty() && ((type & ~CIM_FLAG_ARRAY) == CIM_REFERENCE || (type & ~CIM_FLAG_ARRAY) == CIM_OBJECT))
+    if (!refClass.empty() &&
+        ((type & ~CIM_FLAG_ARRAY) == CIM_REFERENCE || (type & ~CIM_FLAG_ARRAY) == CIM_OBJECT))
         base += L":" + Name(refClass);
     return base + ((type & CIM_FLAG_ARRAY) ? L"[]" : L"");
 }
@@ -85,7 +86,8 @@ std::wstring ObjectText(const Object& o)
     std::wstring r = L"instance(" + Name(o.className);
     for (auto& p : o.props)
         if (!p.value.IsNull())
-            r += L"; " + TypeText(p.type, p.refClass) + L" " + Name(p.name) + L" = " + ValueText(p.value, p.type);
+            r += L"; " + TypeText(p.type, p.refClass) + L" " + Name(p.name) + L" = " +
+                 ValueText(p.value, p.type);
     return r + L")";
 }
 
@@ -362,7 +364,8 @@ std::wstring Repository::Serialize(const std::wstring& nsFilter) const
             std::wstring rel = SUCCEEDED(MakeInstance(ns.path, i, o)) ? RelPath(o) : i.className;
             insts.push_back({Lower(rel), &i});
         }
-        std::stable_sort(insts.begin(), insts.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+        std::stable_sort(insts.begin(), insts.end(),
+                         [](const auto& a, const auto& b) { return a.first < b.first; });
         for (auto& [rel, pi] : insts)
         {
             out += L"instance " + Name(ns.path) + L" " + Name(pi->className) + L"\n";
@@ -450,8 +453,8 @@ bool Repository::Parse(const std::wstring& text, std::wstring& error)
         {
             Qualifier q;
             std::wstring fl, num;
-            bOk = ln.Word(q.name) && ln.Word(fl) && fl == L"flavor" && ln.Eat(L'=') && ln.Word(num) && ln.Eat(L'=') &&
-                  ln.ParseValue(q.value);
+            bOk = ln.Word(q.name) && ln.Word(fl) && fl == L"flavor" && ln.Eat(L'=') && ln.Word(num) &&
+                  ln.Eat(L'=') && ln.ParseValue(q.value);
             if (bOk)
             {
                 q.flavor = (long)wcstoul(num.c_str(), nullptr, 16);

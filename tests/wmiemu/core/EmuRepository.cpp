@@ -2,6 +2,7 @@
 #include "EmuRepository.h"
 
 #include <algorithm>
+#include <cwctype>
 #include <set>
 
 namespace wmiemu
@@ -213,7 +214,8 @@ HRESULT Repository::GetClass(const std::wstring& ns, const std::wstring& name, O
     return hr;
 }
 
-bool Repository::DerivesFrom(const std::wstring& ns, const std::wstring& cls, const std::wstring& ancestor) const
+bool Repository::DerivesFrom(const std::wstring& ns, const std::wstring& cls,
+                             const std::wstring& ancestor) const
 {
     const ClassDef* c = FindClassDef(ns, cls);
     for (int n = 0; c && !c->superclass.empty() && n < MAX_DEPTH; ++n)
@@ -234,8 +236,12 @@ HRESULT Repository::PutClass(const std::wstring& ns, const Object& cls, long lFl
         return WBEM_E_INVALID_PARAMETER;
     if (cls.className.empty())
         return WBEM_E_INVALID_OBJECT;
-    if (IsSystemName(cls.className))
-        return WBEM_E_ACCESS_DENIED;
+    // Names beginning or ending with '_' are the system's; a name must be a WQL class name.
+    const std::wstring& name = cls.className;
+    if (name.front() == L'_' || name.back() == L'_' || std::iswdigit(name.front()) ||
+        !std::all_of(name.begin(), name.end(),
+                     [](wchar_t c) { return std::iswalnum(c) || c == L'_' || c > 0x7f; }))
+        return WBEM_E_INVALID_PARAMETER;
     Object parent;
     if (!cls.superclass.empty())
     {
@@ -497,7 +503,8 @@ HRESULT Repository::ToInstData(const std::wstring& ns, const Object& inst, InstD
     return WBEM_S_NO_ERROR;
 }
 
-HRESULT Repository::PutInstance(const std::wstring& ns, const Object& inst, long lFlags, std::wstring* pRelPath)
+HRESULT Repository::PutInstance(const std::wstring& ns, const Object& inst, long lFlags,
+                                std::wstring* pRelPath)
 {
     Namespace* pNs = FindNs(ns);
     if (!pNs)

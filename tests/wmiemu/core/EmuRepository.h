@@ -41,13 +41,15 @@ public:
     HRESULT PutClass(const std::wstring& ns, const Object& cls, long lFlags);
     HRESULT DeleteClass(const std::wstring& ns, const std::wstring& name);
     // Classes derived from super ("" = all), deep or only the direct ones; system classes included.
-    HRESULT EnumClasses(const std::wstring& ns, const std::wstring& super, bool bDeep, std::vector<Object>& out) const;
+    HRESULT EnumClasses(const std::wstring& ns, const std::wstring& super, bool bDeep,
+                        std::vector<Object>& out) const;
 
     // Instances.
     HRESULT GetObjectByPath(const std::wstring& ns, const std::wstring& path, Object& out) const;
     HRESULT PutInstance(const std::wstring& ns, const Object& inst, long lFlags, std::wstring* pRelPath);
     HRESULT DeleteInstance(const std::wstring& ns, const std::wstring& path);
-    HRESULT EnumInstances(const std::wstring& ns, const std::wstring& cls, bool bDeep, std::vector<Object>& out) const;
+    HRESULT EnumInstances(const std::wstring& ns, const std::wstring& cls, bool bDeep,
+                          std::vector<Object>& out) const;
 
     // An instance object of a class with the given values (for instances built from stored data).
     HRESULT MakeInstance(const std::wstring& ns, const InstData& data, Object& out) const;

@@ -140,8 +140,8 @@ HRESULT Store::Sync()
     WIN32_FILE_ATTRIBUTE_DATA fad = {};
     bool bExists = GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &fad) != FALSE;
     ULONGLONG nSize = ((ULONGLONG)fad.nFileSizeHigh << 32) | fad.nFileSizeLow;
-    if (m_bLoaded && path == m_path && bExists &&
-        CompareFileTime(&fad.ftLastWriteTime, &m_ftWrite) == 0 && nSize == m_nSize)
+    if (m_bLoaded && path == m_path && bExists && CompareFileTime(&fad.ftLastWriteTime, &m_ftWrite) == 0 &&
+        nSize == m_nSize)
         return WBEM_S_NO_ERROR;
     m_path = path;
     m_ftWrite = fad.ftLastWriteTime;
@@ -206,7 +206,8 @@ HRESULT Store::Reset()
 {
     Lock lock(*this);
     std::wstring path = RepositoryFilePath();
-    if (!DeleteFileW(path.c_str()) && GetLastError() != ERROR_FILE_NOT_FOUND && GetLastError() != ERROR_PATH_NOT_FOUND)
+    if (!DeleteFileW(path.c_str()) && GetLastError() != ERROR_FILE_NOT_FOUND &&
+        GetLastError() != ERROR_PATH_NOT_FOUND)
         return WBEM_E_FAILED;
     m_bLoaded = false;
     return WBEM_S_NO_ERROR;

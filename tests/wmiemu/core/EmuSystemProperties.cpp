@@ -5,10 +5,9 @@
 namespace wmiemu
 {
 
-const wchar_t* const g_systemPropertyNames[10] = {L"__GENUS",          L"__CLASS",      L"__SUPERCLASS",
-                                                  L"__DYNASTY",        L"__RELPATH",    L"__PROPERTY_COUNT",
-                                                  L"__DERIVATION",     L"__SERVER",     L"__NAMESPACE",
-                                                  L"__PATH"};
+const wchar_t* const g_systemPropertyNames[10] = {
+    L"__GENUS",          L"__CLASS",      L"__SUPERCLASS", L"__DYNASTY",   L"__RELPATH",
+    L"__PROPERTY_COUNT", L"__DERIVATION", L"__SERVER",     L"__NAMESPACE", L"__PATH"};
 
 std::wstring ServerName()
 {

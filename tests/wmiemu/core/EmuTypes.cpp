@@ -113,10 +113,10 @@ struct TypeName
     const wchar_t* name;
 };
 const TypeName s_types[] = {
-    {CIM_SINT8, L"sint8"},       {CIM_UINT8, L"uint8"},     {CIM_SINT16, L"sint16"},   {CIM_UINT16, L"uint16"},
-    {CIM_SINT32, L"sint32"},     {CIM_UINT32, L"uint32"},   {CIM_SINT64, L"sint64"},   {CIM_UINT64, L"uint64"},
-    {CIM_REAL32, L"real32"},     {CIM_REAL64, L"real64"},   {CIM_BOOLEAN, L"boolean"}, {CIM_STRING, L"string"},
-    {CIM_DATETIME, L"datetime"}, {CIM_CHAR16, L"char16"},   {CIM_REFERENCE, L"ref"},   {CIM_OBJECT, L"object"},
+    {CIM_SINT8, L"sint8"},       {CIM_UINT8, L"uint8"},   {CIM_SINT16, L"sint16"},   {CIM_UINT16, L"uint16"},
+    {CIM_SINT32, L"sint32"},     {CIM_UINT32, L"uint32"}, {CIM_SINT64, L"sint64"},   {CIM_UINT64, L"uint64"},
+    {CIM_REAL32, L"real32"},     {CIM_REAL64, L"real64"}, {CIM_BOOLEAN, L"boolean"}, {CIM_STRING, L"string"},
+    {CIM_DATETIME, L"datetime"}, {CIM_CHAR16, L"char16"}, {CIM_REFERENCE, L"ref"},   {CIM_OBJECT, L"object"},
 };
 } // namespace
 

@@ -148,6 +148,21 @@ TEST_F(EmuTest, MissingClassesAndBadPathsGiveWmisCodes)
     EXPECT_EQ(WBEM_E_NOT_FOUND, svc->DeleteClass(cls, 0, nullptr, nullptr));
 }
 
+TEST_F(EmuTest, PutClassRefusesReservedAndMalformedNames)
+{
+    auto& svc = Ns();
+    for (const wchar_t* name : {L"__Mine", L"Trailing_", L"9Lives", L"Has Space"})
+    {
+        CComPtrT<IWbemClassObject> cls;
+        ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"", cls));
+        CVar v(name);
+        ASSERT_EQ(WBEM_S_NO_ERROR, cls->Put(L"__CLASS", 0, &v, 0));
+        EXPECT_EQ(WBEM_E_INVALID_PARAMETER, svc->PutClass(cls.Get(), 0, nullptr, nullptr));
+    }
+    CBstr sys(L"__NAMESPACE");
+    EXPECT_EQ(WBEM_E_ACCESS_DENIED, svc->DeleteClass(sys, 0, nullptr, nullptr));
+}
+
 TEST_F(EmuTest, PropertyEnumerationFollowsTheOriginFlags)
 {
     CompileOk(BASE_AND_CHILD);

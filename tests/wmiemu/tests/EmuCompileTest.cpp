@@ -9,8 +9,8 @@ std::vector<std::wstring> AutorecoverList()
     std::vector<std::wstring> r;
     wchar_t buf[8192] = {};
     DWORD cb = sizeof(buf) - 4;
-    if (RegGetValueW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Microsoft\\WBEM\\CIMOM", L"Autorecover MOFs", RRF_RT_REG_MULTI_SZ,
-                     nullptr, buf, &cb) == ERROR_SUCCESS)
+    if (RegGetValueW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Microsoft\\WBEM\\CIMOM", L"Autorecover MOFs",
+                     RRF_RT_REG_MULTI_SZ, nullptr, buf, &cb) == ERROR_SUCCESS)
         for (const wchar_t* p = buf; *p; p += wcslen(p) + 1)
             r.push_back(p);
     return r;
@@ -89,7 +89,8 @@ TEST_F(EmuTest, StorageErrorReportsPhaseThreeAndStoresNothing)
     CComPtrT<IWbemClassObject> obj;
     EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"Kept", obj));
 
-    EXPECT_EQ(WBEM_S_FALSE, Compile("#pragma namespace(\"\\\\\\\\.\\\\root\\\\NoSuchNs\")\nclass X { };\n", &info));
+    EXPECT_EQ(WBEM_S_FALSE,
+              Compile("#pragma namespace(\"\\\\\\\\.\\\\root\\\\NoSuchNs\")\nclass X { };\n", &info));
     EXPECT_EQ(3, info.lPhaseError);
     EXPECT_EQ(WBEM_E_INVALID_NAMESPACE, info.hRes);
 }
@@ -101,20 +102,25 @@ TEST_F(EmuTest, AutorecoverPragmaRegistersTheFileOnce)
     CompileOk(mof);
     std::wstring path = m_dir + L"test.mof";
     auto list = AutorecoverList();
-    EXPECT_EQ(1, std::count_if(list.begin(), list.end(), [&](const std::wstring& e) { return _wcsicmp(e.c_str(), path.c_str()) == 0; }));
+    EXPECT_EQ(1, std::count_if(list.begin(), list.end(), [&](const std::wstring& e) {
+                  return _wcsicmp(e.c_str(), path.c_str()) == 0;
+              }));
 
     WBEM_COMPILE_STATUS_INFO info = {};
     EXPECT_EQ(WBEM_S_FALSE, Compile("#pragma autorecover\nclass Broken {\n", &info, L"broken.mof"));
     list = AutorecoverList();
     std::wstring broken = m_dir + L"broken.mof";
-    EXPECT_EQ(0, std::count_if(list.begin(), list.end(), [&](const std::wstring& e) { return _wcsicmp(e.c_str(), broken.c_str()) == 0; }));
+    EXPECT_EQ(0, std::count_if(list.begin(), list.end(), [&](const std::wstring& e) {
+                  return _wcsicmp(e.c_str(), broken.c_str()) == 0;
+              }));
 }
 
 TEST_F(EmuTest, ClassflagsAndDeleteclassPragmasApply)
 {
     CompileOk("class EmuFlagged { uint32 A; };\nclass EmuDoomed { };\n");
     WBEM_COMPILE_STATUS_INFO info = {};
-    EXPECT_EQ(WBEM_S_FALSE, Compile("#pragma classflags(\"createonly\")\nclass EmuFlagged { uint32 A; };\n", &info));
+    EXPECT_EQ(WBEM_S_FALSE,
+              Compile("#pragma classflags(\"createonly\")\nclass EmuFlagged { uint32 A; };\n", &info));
     EXPECT_EQ(WBEM_E_ALREADY_EXISTS, info.hRes);
     CompileOk("#pragma deleteclass(\"EmuDoomed\", FAIL)\n#pragma deleteclass(\"EmuNeverWas\", NOFAIL)\n");
     CComPtrT<IWbemClassObject> obj;

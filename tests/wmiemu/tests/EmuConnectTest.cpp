@@ -3,8 +3,8 @@
 
 TEST_F(EmuTest, ConnectAcceptsEveryFormOfAFreshRepositorysNamespaces)
 {
-    for (const wchar_t* ns : {L"root", L"root\\default", L"root\\cimv2", L"ROOT\\CIMV2", L"\\\\.\\root\\cimv2",
-                              L"//./root/cimv2", L"root\\default\\"})
+    for (const wchar_t* ns : {L"root", L"root\\default", L"root\\cimv2", L"ROOT\\CIMV2",
+                              L"\\\\.\\root\\cimv2", L"//./root/cimv2", L"root\\default\\"})
     {
         CComPtrT<IWbemServices> svc;
         EXPECT_EQ(WBEM_S_NO_ERROR, Connect(ns, svc)) << "namespace " << std::string(ns, ns + wcslen(ns));
@@ -24,13 +24,15 @@ TEST_F(EmuTest, ConnectToMissingNamespaceIsInvalidNamespace)
 TEST_F(EmuTest, ProxyBlanketCanBeSetOnServicesAndEnumerators)
 {
     auto& svc = Ns(L"root\\cimv2");
-    EXPECT_EQ(S_OK, CoSetProxyBlanket(svc.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
-                                      RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE));
+    EXPECT_EQ(S_OK,
+              CoSetProxyBlanket(svc.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr,
+                                RPC_C_AUTHN_LEVEL_CALL, RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE));
     CComPtrT<IEnumWbemClassObject> en;
     CBstr cls(L"__NAMESPACE");
     ASSERT_EQ(WBEM_S_NO_ERROR, svc->CreateInstanceEnum(cls, 0, nullptr, &en));
-    EXPECT_EQ(S_OK, CoSetProxyBlanket(en.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
-                                      RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE));
+    EXPECT_EQ(S_OK,
+              CoSetProxyBlanket(en.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr,
+                                RPC_C_AUTHN_LEVEL_CALL, RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE));
 }
 
 TEST_F(EmuTest, LocatorAndCompilerComeFromTheEmulatorDll)

@@ -37,7 +37,8 @@ TEST(EmuPath, SingletonUnnamedKeyAndClassForms)
 TEST(EmuPath, RejectsMalformedPaths)
 {
     ObjectPath p;
-    for (const wchar_t* bad : {L"", L".Name=1", L"C.Name=", L"C.Name=\"open", L"C.=1", L"C.A=1,", L"C=@x", L"C D"})
+    for (const wchar_t* bad :
+         {L"", L".Name=1", L"C.Name=", L"C.Name=\"open", L"C.=1", L"C.A=1,", L"C=@x", L"C D"})
         EXPECT_FALSE(ParseObjectPath(bad, p)) << std::wstring(bad).size();
 }
 

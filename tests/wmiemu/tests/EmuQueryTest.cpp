@@ -19,7 +19,8 @@ protected:
     {
         CComPtrT<IEnumWbemClassObject> en;
         CBstr lang(L"WQL"), q(wql);
-        HRESULT hr = Ns()->ExecQuery(lang, q, WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY, nullptr, &en);
+        HRESULT hr =
+            Ns()->ExecQuery(lang, q, WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY, nullptr, &en);
         if (phr)
             *phr = hr;
         else
@@ -39,7 +40,8 @@ TEST_F(EmuQueryTest, MetaClassQueryFiltersClassNames)
 {
     CompileOk(MOF);
     EXPECT_EQ((std::vector<std::wstring>{L"QryItem", L"QrySub"}),
-              Query(L"SELECT * FROM meta_class WHERE __CLASS > \"Qry\" AND __CLASS < \"Qrz\"", nullptr, L"__CLASS"));
+              Query(L"SELECT * FROM meta_class WHERE __CLASS > \"Qry\" AND __CLASS < \"Qrz\"", nullptr,
+                    L"__CLASS"));
     auto nonSystem = Query(L"SELECT * FROM meta_class WHERE __CLASS > \"__zzz\"", nullptr, L"__CLASS");
     EXPECT_EQ((std::vector<std::wstring>{L"QryItem", L"QrySub"}), nonSystem);
     EXPECT_EQ((std::vector<std::wstring>{L"QrySub"}),
@@ -49,13 +51,15 @@ TEST_F(EmuQueryTest, MetaClassQueryFiltersClassNames)
 TEST_F(EmuQueryTest, WhereComparesLikesAndCombines)
 {
     CompileOk(MOF);
-    EXPECT_EQ((std::vector<std::wstring>{L"beta", L"gamma"}), Query(L"SELECT Name FROM QryItem WHERE Size >= 50"));
+    EXPECT_EQ((std::vector<std::wstring>{L"beta", L"gamma"}),
+              Query(L"SELECT Name FROM QryItem WHERE Size >= 50"));
     EXPECT_EQ((std::vector<std::wstring>{L"alpha"}), Query(L"SELECT * FROM QryItem WHERE On = TRUE"));
     EXPECT_EQ((std::vector<std::wstring>{L"gamma"}), Query(L"SELECT * FROM QryItem WHERE On IS NULL"));
     EXPECT_EQ((std::vector<std::wstring>{L"alpha", L"gamma"}),
               Query(L"SELECT * FROM QryItem WHERE Name LIKE '%a' AND NOT (Name = 'beta' OR Size = 50)"));
     EXPECT_EQ((std::vector<std::wstring>{L"beta"}), Query(L"SELECT * FROM QryItem WHERE name = \"BETA\""));
-    EXPECT_EQ((std::vector<std::wstring>{L"gamma"}), Query(L"SELECT * FROM QryItem WHERE __CLASS = 'QrySub'"));
+    EXPECT_EQ((std::vector<std::wstring>{L"gamma"}),
+              Query(L"SELECT * FROM QryItem WHERE __CLASS = 'QrySub'"));
 }
 
 TEST_F(EmuQueryTest, BadQueriesGiveWmisCodes)

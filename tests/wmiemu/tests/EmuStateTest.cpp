@@ -15,7 +15,8 @@ int RunTool(const std::wstring& args, std::string* pOut = nullptr)
     dir = dir.substr(0, dir.find_last_of(L'\\') + 1);
     std::wstring outFile = dir + L"wmiemutool-out.txt";
     SECURITY_ATTRIBUTES sa = {sizeof(sa), nullptr, TRUE};
-    HANDLE hOut = CreateFileW(outFile.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &sa, CREATE_ALWAYS, 0, nullptr);
+    HANDLE hOut =
+        CreateFileW(outFile.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &sa, CREATE_ALWAYS, 0, nullptr);
     STARTUPINFOW si = {};
     si.cb = sizeof(si);
     si.dwFlags = STARTF_USESTDHANDLES;

@@ -97,7 +97,8 @@ HRESULT EmuTest::Compile(const std::string& mof, WBEM_COMPILE_STATUS_INFO* pInfo
         f << mof;
     }
     CComPtrT<IMofCompiler> comp;
-    HRESULT hr = CoCreateInstance(CLSID_MofCompiler, nullptr, CLSCTX_INPROC_SERVER, IID_IMofCompiler, (void**)&comp);
+    HRESULT hr =
+        CoCreateInstance(CLSID_MofCompiler, nullptr, CLSCTX_INPROC_SERVER, IID_IMofCompiler, (void**)&comp);
     if (FAILED(hr))
         return hr;
     WBEM_COMPILE_STATUS_INFO info = {};
@@ -111,8 +112,8 @@ void EmuTest::CompileOk(const std::string& mof)
 {
     WBEM_COMPILE_STATUS_INFO info = {};
     ASSERT_EQ(WBEM_S_NO_ERROR, Compile(mof, &info))
-        << "phase " << info.lPhaseError << " hr 0x" << std::hex << info.hRes << std::dec << " object " << info.ObjectNum
-        << " lines " << info.FirstLine << "-" << info.LastLine;
+        << "phase " << info.lPhaseError << " hr 0x" << std::hex << info.hRes << std::dec << " object "
+        << info.ObjectNum << " lines " << info.FirstLine << "-" << info.LastLine;
 }
 
 void EmuTest::SetFaults(const std::string& text)

@@ -37,8 +37,9 @@ std::wstring Hex(HRESULT hr)
 
 int Usage()
 {
-    Out(stderr, L"usage: wmiemutool path | reset | seed <file.mof>... | dump [<namespace>] | fault \"<switch>\" | "
-                L"fault clear | check\n");
+    Out(stderr,
+        L"usage: wmiemutool path | reset | seed <file.mof>... | dump [<namespace>] | fault \"<switch>\" | "
+        L"fault clear | check\n");
     return 2;
 }
 
@@ -50,8 +51,8 @@ int Seed(int argc, wchar_t** argv)
         if (!r.ok)
         {
             Out(stderr, std::wstring(argv[n]) + L": parse error " + Hex((HRESULT)r.hr) + L" in object " +
-                            std::to_wstring(r.objectNumber) + L", lines " + std::to_wstring(r.firstLine) + L"-" +
-                            std::to_wstring(r.lastLine) + L": " + r.message + L"\n");
+                            std::to_wstring(r.objectNumber) + L", lines " + std::to_wstring(r.firstLine) +
+                            L"-" + std::to_wstring(r.lastLine) + L": " + r.message + L"\n");
             return 1;
         }
         size_t nFailed = 0;
@@ -59,9 +60,10 @@ int Seed(int argc, wchar_t** argv)
             [&](Repository& repo) { return StoreDeclarations(repo, r.decls, 0, 0, nFailed); });
         if (FAILED(hr))
         {
-            std::wstring where = nFailed < r.decls.size() ? L" in object " + std::to_wstring(nFailed + 1) +
-                                                                L", line " + std::to_wstring(r.decls[nFailed].firstLine)
-                                                          : L"";
+            std::wstring where = nFailed < r.decls.size()
+                                     ? L" in object " + std::to_wstring(nFailed + 1) + L", line " +
+                                           std::to_wstring(r.decls[nFailed].firstLine)
+                                     : L"";
             Out(stderr, std::wstring(argv[n]) + L": cannot store, " + Hex(hr) + where + L" " +
                             Store::Instance().LastError() + L"\n");
             return 1;
@@ -89,7 +91,8 @@ int Check()
 {
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
     const CLSID clsidLocator = {0x4590f811, 0x1d3a, 0x11d0, {0x89, 0x1f, 0x00, 0xaa, 0x00, 0x4b, 0x2e, 0x24}};
-    const CLSID clsidCompiler = {0x6daf9757, 0x2e37, 0x11d2, {0xae, 0xc9, 0x00, 0xc0, 0x4f, 0xb6, 0x88, 0x20}};
+    const CLSID clsidCompiler = {
+        0x6daf9757, 0x2e37, 0x11d2, {0xae, 0xc9, 0x00, 0xc0, 0x4f, 0xb6, 0x88, 0x20}};
     int nRet = 0;
     for (const CLSID* pclsid : {&clsidLocator, &clsidCompiler})
     {
