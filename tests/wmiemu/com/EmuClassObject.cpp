@@ -27,39 +27,14 @@ bool IsSystemProperty(const std::wstring& name)
 
 std::wstring MofValue(const Value& v)
 {
-    switch (v.kind)
-    {
-    case Value::Kind::Null:
-        return L"NULL";
-    case Value::Kind::Bool:
-        return v.b ? L"TRUE" : L"FALSE";
-    case Value::Kind::Int:
-        return std::to_wstring(v.i);
-    case Value::Kind::Real: {
-        wchar_t buf[64];
-        swprintf(buf, 64, L"%.17g", v.r);
-        return buf;
-    }
-    case Value::Kind::String: {
-        std::wstring r = L"\"";
-        for (wchar_t c : v.s)
-        {
-            if (c == L'"' || c == L'\\')
-                r += L'\\';
-            r += c;
-        }
-        return r + L"\"";
-    }
-    case Value::Kind::Object:
+    if (v.kind == Value::Kind::Object)
         return L"instance of " + (v.obj ? v.obj->className : std::wstring()) + L" {}";
-    case Value::Kind::Array: {
-        std::wstring r = L"{";
-        for (size_t n = 0; n < v.items.size(); ++n)
-            r += (n ? L", " : L"") + MofValue(v.items[n]);
-        return r + L"}";
-    }
-    }
-    return L"NULL";
+    if (v.kind != Value::Kind::Array)
+        return FormatKeyValue(v); // literals are written as in object paths
+    std::wstring r = L"{";
+    for (size_t n = 0; n < v.items.size(); ++n)
+        r += (n ? L", " : L"") + MofValue(v.items[n]);
+    return r + L"}";
 }
 
 std::wstring MofQualifiers(const std::vector<Qualifier>& qs)

@@ -97,6 +97,12 @@ protected:
         SysFreeString(b);
         return hr;
     }
+    // A connection to root\cimv2 and its Win32_OperatingSystem class.
+    void OsClass(Ptr<IWbemServices>& svc, Ptr<IWbemClassObject>& cls)
+    {
+        ASSERT_EQ(WBEM_S_NO_ERROR, Connect(L"root\\cimv2", &svc));
+        ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.p, L"Win32_OperatingSystem", &cls));
+    }
     std::vector<std::wstring> Names(IWbemClassObject* obj, LONG lFlags, HRESULT* phrEnd)
     {
         std::vector<std::wstring> r;
@@ -144,9 +150,10 @@ TEST_F(WmiConformance, GetObjectOfMissingClassIsNotFound)
 TEST_F(WmiConformance, QualifierGetOfMissingQualifierIsNotFound)
 {
     Ptr<IWbemServices> svc;
-    ASSERT_EQ(WBEM_S_NO_ERROR, Connect(L"root\\cimv2", &svc));
     Ptr<IWbemClassObject> cls;
-    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.p, L"Win32_OperatingSystem", &cls));
+    OsClass(svc, cls);
+    if (HasFatalFailure())
+        return;
     Ptr<IWbemQualifierSet> qs;
     ASSERT_EQ(WBEM_S_NO_ERROR, cls->GetQualifierSet(&qs));
     VARIANT v;
@@ -160,9 +167,10 @@ TEST_F(WmiConformance, QualifierGetOfMissingQualifierIsNotFound)
 TEST_F(WmiConformance, PropertyEnumerationFlagsAndEndCode)
 {
     Ptr<IWbemServices> svc;
-    ASSERT_EQ(WBEM_S_NO_ERROR, Connect(L"root\\cimv2", &svc));
     Ptr<IWbemClassObject> cls;
-    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.p, L"Win32_OperatingSystem", &cls));
+    OsClass(svc, cls);
+    if (HasFatalFailure())
+        return;
     HRESULT hrEnd = 0;
     auto nonSystem = Names(cls.p, WBEM_FLAG_NONSYSTEM_ONLY, &hrEnd);
     EXPECT_EQ(WBEM_S_NO_MORE_DATA, hrEnd);
@@ -178,9 +186,10 @@ TEST_F(WmiConformance, SystemPropertiesAreEnumeratedUnlessExcluded)
     if (!g_bEmulator)
         GTEST_SKIP() << "Wine's WMI differs: no system properties in BeginEnumeration/Next, flags ignored";
     Ptr<IWbemServices> svc;
-    ASSERT_EQ(WBEM_S_NO_ERROR, Connect(L"root\\cimv2", &svc));
     Ptr<IWbemClassObject> cls;
-    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.p, L"Win32_OperatingSystem", &cls));
+    OsClass(svc, cls);
+    if (HasFatalFailure())
+        return;
     HRESULT hrEnd = 0;
     auto nonSystem = Names(cls.p, WBEM_FLAG_NONSYSTEM_ONLY, &hrEnd);
     auto all = Names(cls.p, 0, &hrEnd);
@@ -196,9 +205,10 @@ TEST_F(WmiConformance, SystemPropertiesAreEnumeratedUnlessExcluded)
 TEST_F(WmiConformance, ClassSystemPropertiesNameTheClass)
 {
     Ptr<IWbemServices> svc;
-    ASSERT_EQ(WBEM_S_NO_ERROR, Connect(L"root\\cimv2", &svc));
     Ptr<IWbemClassObject> cls;
-    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.p, L"Win32_OperatingSystem", &cls));
+    OsClass(svc, cls);
+    if (HasFatalFailure())
+        return;
     VARIANT v;
     VariantInit(&v);
     ASSERT_EQ(WBEM_S_NO_ERROR, cls->Get(L"__CLASS", 0, &v, nullptr, nullptr));
@@ -215,9 +225,10 @@ TEST_F(WmiConformance, ClassGenusIsClass)
     if (!g_bEmulator)
         GTEST_SKIP() << "Wine's WMI differs: __GENUS of a class object is 2 (instance)";
     Ptr<IWbemServices> svc;
-    ASSERT_EQ(WBEM_S_NO_ERROR, Connect(L"root\\cimv2", &svc));
     Ptr<IWbemClassObject> cls;
-    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.p, L"Win32_OperatingSystem", &cls));
+    OsClass(svc, cls);
+    if (HasFatalFailure())
+        return;
     VARIANT v;
     VariantInit(&v);
     ASSERT_EQ(WBEM_S_NO_ERROR, cls->Get(L"__GENUS", 0, &v, nullptr, nullptr));

@@ -157,6 +157,9 @@ public:
     }
     std::unique_ptr<Node> Not()
     {
+        // Nesting this deep is no query anyone writes; refusing it keeps the stack safe.
+        if (++m_nDepth > 500)
+            return nullptr;
         if (IsWord(L"NOT"))
         {
             Take();
@@ -218,6 +221,7 @@ public:
 
     std::vector<Token> m_t;
     size_t m_pos = 0;
+    int m_nDepth = 0;
 };
 
 Value Operand(const Object& o, const Token& t)

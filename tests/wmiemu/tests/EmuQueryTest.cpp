@@ -70,6 +70,9 @@ TEST_F(EmuQueryTest, BadQueriesGiveWmisCodes)
     EXPECT_EQ(WBEM_E_INVALID_QUERY, hr);
     Query(L"SELECT * FROM QryItem WHERE", &hr);
     EXPECT_EQ(WBEM_E_INVALID_QUERY, hr);
+    std::wstring deep = L"SELECT * FROM QryItem WHERE " + std::wstring(20000, L'(') + L"Size = 5";
+    Query(deep.c_str(), &hr);
+    EXPECT_EQ(WBEM_E_INVALID_QUERY, hr);
     Query(L"SELECT * FROM NoSuchClass", &hr);
     EXPECT_EQ(WBEM_E_INVALID_CLASS, hr);
     CComPtrT<IEnumWbemClassObject> en;
