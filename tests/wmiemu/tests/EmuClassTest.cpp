@@ -208,3 +208,28 @@ TEST_F(EmuTest, PutChecksTypesAndKnownProperties)
     EXPECT_EQ(L"EmuBase.Name=\"x\"", GetStr(inst.Get(), L"__RELPATH"));
     EXPECT_EQ(L"<null>", GetStr(inst.Get(), L"__PATH")); // not stored yet
 }
+
+TEST_F(EmuTest, ChangingKeysOfAClassWithInstancesNeedsForceMode)
+{
+    CompileOk("class Keyed { [key] string A; string B; }; instance of Keyed { A = \"1\"; B = \"x\"; };");
+    auto& svc = Ns();
+    CComPtrT<IWbemClassObject> cls;
+    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"Keyed", cls));
+    CComPtrT<IWbemQualifierSet> qs;
+    ASSERT_EQ(WBEM_S_NO_ERROR, cls->GetPropertyQualifierSet(L"B", &qs));
+    CVar t = CVar::Bool(true);
+    ASSERT_EQ(WBEM_S_NO_ERROR, qs->Put(L"key", &t, 0));
+    EXPECT_EQ(WBEM_E_CLASS_HAS_INSTANCES, svc->PutClass(cls.Get(), 0, nullptr, nullptr));
+    CComPtrT<IWbemClassObject> inst;
+    EXPECT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"Keyed.A=\"1\"", inst));
+    EXPECT_EQ(WBEM_S_NO_ERROR, svc->PutClass(cls.Get(), WBEM_FLAG_UPDATE_FORCE_MODE, nullptr, nullptr));
+    EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(svc.Get(), L"Keyed.A=\"1\"", inst));
+    // A change of qualifiers only keeps the instances.
+    CompileOk("instance of Keyed { A = \"2\"; B = \"y\"; };");
+    CComPtrT<IWbemQualifierSet> cq;
+    ASSERT_EQ(WBEM_S_NO_ERROR, cls->GetQualifierSet(&cq));
+    CVar ver(L"2.0");
+    ASSERT_EQ(WBEM_S_NO_ERROR, cq->Put(L"Version", &ver, 0));
+    EXPECT_EQ(WBEM_S_NO_ERROR, svc->PutClass(cls.Get(), 0, nullptr, nullptr));
+    EXPECT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"Keyed.A=\"2\",B=\"y\"", inst));
+}

@@ -107,3 +107,17 @@ TEST_F(EmuTest, ToolReportsParseErrorsWithoutStoring)
     CComPtrT<IWbemClassObject> obj;
     EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"Fine", obj));
 }
+
+TEST_F(EmuTest, UnreadableRepositoryFileFailsInsteadOfStartingOver)
+{
+    CompileOk("class Precious { };");
+    {
+        std::ofstream f((m_dir + L"repository.txt").c_str(), std::ios::binary | std::ios::trunc);
+        f << "wmiemu-repository 1\nnamespace root\nthis is not a repository line\n";
+    }
+    CComPtrT<IWbemServices> svc;
+    EXPECT_EQ(WBEM_E_FAILED, Connect(L"root\\default", svc));
+    std::string out;
+    EXPECT_EQ(1, RunTool(L"dump", &out));
+    EXPECT_NE(std::string::npos, out.find("line 3"));
+}
