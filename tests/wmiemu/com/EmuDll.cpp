@@ -1,8 +1,6 @@
 // EmuDll.cpp - the in-process server: class factories for the locator and the MOF compiler.
 #include "EmuCom.h"
 
-#include <initguid.h>
-
 namespace wmiemu
 {
 

@@ -281,3 +281,29 @@ TEST_F(WmiConformance, QueryOfMissingClassIsInvalidClass)
 }
 
 } // namespace
+
+namespace
+{
+// Clients pass a context object (CLSID_WbemContext, Wine's own in both prefixes) with their calls.
+TEST_F(WmiConformance, CallsAcceptAContextObject)
+{
+    Ptr<IWbemContext> ctx;
+    ASSERT_EQ(S_OK, CoCreateInstance(CLSID_WbemContext, nullptr, CLSCTX_ALL, IID_IWbemContext, (void**)&ctx));
+    VARIANT v;
+    VariantInit(&v);
+    v.vt = VT_BSTR;
+    v.bstrVal = SysAllocString(L"Feature");
+    EXPECT_EQ(S_OK, ctx->SetValue(L"FeatureName", 0, &v));
+    VariantClear(&v);
+    BSTR ns = SysAllocString(L"root\\cimv2");
+    Ptr<IWbemServices> svc;
+    EXPECT_EQ(WBEM_S_NO_ERROR,
+              m_locator->ConnectServer(ns, nullptr, nullptr, nullptr, 0, nullptr, ctx.p, &svc));
+    SysFreeString(ns);
+    ASSERT_NE(nullptr, svc.p);
+    BSTR path = SysAllocString(L"Win32_OperatingSystem");
+    Ptr<IWbemClassObject> cls;
+    EXPECT_EQ(WBEM_S_NO_ERROR, svc->GetObject(path, 0, ctx.p, &cls, nullptr));
+    SysFreeString(path);
+}
+} // namespace
