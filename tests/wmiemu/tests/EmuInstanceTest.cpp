@@ -115,3 +115,24 @@ TEST_F(EmuTest, EnumeratorNextCountsResetAndEnd)
     objs[0]->Release();
     objs[1]->Release();
 }
+
+TEST_F(EmuTest, CloneIsIndependentAndObjectTextShowsValues)
+{
+    CompileOk(MOF);
+    CComPtrT<IWbemClassObject> orig, copy;
+    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(Ns().Get(), L"Employee.Name=\"Bob\"", orig));
+    ASSERT_EQ(WBEM_S_NO_ERROR, orig->Clone(&copy));
+    CVar dept(L"Sales");
+    ASSERT_EQ(WBEM_S_NO_ERROR, copy->Put(L"Dept", 0, &dept, 0));
+    EXPECT_EQ(L"R&D", GetStr(orig.Get(), L"Dept"));
+    EXPECT_EQ(L"Sales", GetStr(copy.Get(), L"Dept"));
+    BSTR text = nullptr;
+    ASSERT_EQ(WBEM_S_NO_ERROR, copy->GetObjectText(0, &text));
+    std::wstring t = text;
+    SysFreeString(text);
+    EXPECT_NE(std::wstring::npos, t.find(L"instance of Employee"));
+    EXPECT_NE(std::wstring::npos, t.find(L"Dept = \"Sales\";"));
+    CComPtrT<IWbemClassObject> spawned;
+    EXPECT_EQ(WBEM_E_INVALID_OPERATION, orig->SpawnInstance(0, &spawned));
+    EXPECT_EQ(WBEM_E_NOT_SUPPORTED, orig->GetMethod(L"Any", 0, nullptr, nullptr));
+}
