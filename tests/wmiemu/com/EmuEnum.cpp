@@ -30,6 +30,8 @@ HRESULT CEmuEnum::Reset()
         Sleep(f.dwDelayMs);
     if (FAILED(f.hr))
         return f.hr;
+    if (m_bForwardOnly)
+        return WBEM_E_INVALID_OPERATION; // a forward-only enumerator cannot go back
     m_nPos = 0;
     return WBEM_S_NO_ERROR;
 }

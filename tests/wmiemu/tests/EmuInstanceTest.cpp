@@ -114,6 +114,10 @@ TEST_F(EmuTest, EnumeratorNextCountsResetAndEnd)
     EXPECT_EQ(2u, n);
     objs[0]->Release();
     objs[1]->Release();
+    CComPtrT<IEnumWbemClassObject> forward, copy;
+    ASSERT_EQ(WBEM_S_NO_ERROR, Ns()->CreateInstanceEnum(person, WBEM_FLAG_FORWARD_ONLY, nullptr, &forward));
+    EXPECT_EQ(WBEM_E_INVALID_OPERATION, forward->Reset());
+    EXPECT_EQ(WBEM_E_INVALID_OPERATION, forward->Clone(&copy));
 }
 
 TEST_F(EmuTest, CloneIsIndependentAndObjectTextShowsValues)
