@@ -1,6 +1,8 @@
 #include "DoTheJob.h"
 
 #include "ArcaTrace.h"
+#include "CompMof.h"
+#include "WmiErrorText.h"
 #include "UsageText.h"
 
 #include <cstdio>
@@ -24,6 +26,25 @@ ExitCode DoTheJob(WbemUtil& util)
 #endif
         fflush(stdout);
         nReturn = EXITCODE_OK;
+    }
+    else
+    {
+        try
+        {
+            if (util.Compile && !util.mof.empty())
+            {
+                nReturn = CCompMof::CheckVersionAndCompile(util.mof.c_str(), util.Force != FALSE);
+            }
+        }
+        catch (HRESULT hr)
+        {
+            // The invalid-argument exceptions of the MOF scanner and of a MOF path without a
+            // directory: the MOF file could not be processed. The caller must see a failure,
+            // and this is the code for a MOF file that could not be handled.
+            gg_ptrc->Trace(1, "DoTheJob", "Exception", "Exception caught", "hr=0x%X '%s'",
+                           static_cast<unsigned>(hr), WmiErrorText(hr));
+            nReturn = EXITCODE_ERR_MOF_PARSING_FAILED;
+        }
     }
     gg_ptrc->Trace(3, "DoTheJob", "Leave", "Method DoTheJob has been left.", "nReturn=%d '%s'",
                    static_cast<int>(nReturn), ExitCodeText(nReturn));
