@@ -127,10 +127,15 @@ public:
     const char* Namespace() const { return m_szNamespace; }
 
 private:
-    HRESULT Connect(const char* szFunctionFormat, const char* szNamespace, const char* szUser,
-                    const char* szPassword, bool bInProvider, const char* szHrFormat);
+    // Both connection overloads: bCredentials selects the record format of the failures,
+    // bInProvider the administrative locator and the tolerated SetProxyBlanket failure.
+    HRESULT ConnectCore(const char* szNamespace, const char* szUser, const char* szPassword, bool bInProvider,
+                        bool bCredentials);
+    // One step of pEnum into the current instance; 0x80041009 at the end.
+    HRESULT StepEnumerator(IEnumWbemClassObject* pEnum, const char* szFunction);
+    // WBEM_FLAG_USE_AMENDED_QUALIFIERS when the amended-qualifiers switch is on, else 0.
     long Flags() const;
-    static void ReleaseMember(IUnknown** ppUnknown);
+    void ReleaseAll();
 
     IEnumWbemClassObject* m_pAssocEnum;
     IEnumWbemClassObject* m_pInstanceEnum;

@@ -1,0 +1,73 @@
+// Helpers shared by the CCWMIAccess source files: trace records of leaving an operation,
+// pointers in 32-bit trace fields, and UTF-16 call arguments made from 8-bit names.
+#pragma once
+
+#include "ArcaTrace.h"
+#include "StringConversion.h"
+
+#include <windows.h>
+#include <oleauto.h>
+
+#include <cstdint>
+
+// Codes the access class produces itself.
+enum : HRESULT
+{
+    WMIACC_E_INITIALIZATION_FAILURE = static_cast<HRESULT>(0x80041014),
+    WMIACC_E_UNEXPECTED = static_cast<HRESULT>(0x8004101D),
+    WMIACC_E_NOT_AVAILABLE = static_cast<HRESULT>(0x80041009),
+    WMIACC_E_INVALID_PARAMETER = static_cast<HRESULT>(0x80041008),
+    WMIACC_E_OUT_OF_MEMORY = static_cast<HRESULT>(0x80041006),
+    WMIACC_E_NOT_FOUND = static_cast<HRESULT>(0x80041002),
+    WMIACC_E_TYPE_MISMATCH = static_cast<HRESULT>(0x80041005),
+    WMIACC_E_VALUE_OUT_OF_RANGE = static_cast<HRESULT>(0x8004102B),
+    WMIACC_E_AMENDED_OBJECT = static_cast<HRESULT>(0x80041030),
+    WMIACC_S_ALREADY_EXISTS = static_cast<HRESULT>(0x40001),
+    WMIACC_S_NO_MORE_DATA = static_cast<HRESULT>(0x40005),
+};
+
+// The low 32 bits of a pointer, for the "0x%08X" fields of the trace records.
+inline unsigned PtrLow32(const void* p)
+{
+    return static_cast<unsigned>(reinterpret_cast<uintptr_t>(p));
+}
+
+// Releases the reference p holds, if any, and empties p.
+template <class T> void ReleaseRef(T*& p)
+{
+    if (p != nullptr)
+    {
+        p->Release();
+        p = nullptr;
+    }
+}
+
+// The Leave record of an operation with its result; returns the result.
+inline HRESULT WmiAccLeave(const char* szFunction, const char* szText, HRESULT hRet)
+{
+    gg_ptrc->Trace(TRC_INFOCC, szFunction, "Leave", szText, "hRet 0x%X", static_cast<unsigned>(hRet));
+    return hRet;
+}
+
+// A BSTR made from an 8-bit string (null stays null), freed on scope exit.
+class CCWmiBstr
+{
+public:
+    explicit CCWmiBstr(const char* sz) : m_bstr(nullptr)
+    {
+        if (sz != nullptr)
+        {
+            CCStringConversion conv(sz);
+            const wchar_t* wsz = conv.Convert2W();
+            m_bstr = SysAllocString(wsz != nullptr ? wsz : L"");
+        }
+    }
+    explicit CCWmiBstr(const wchar_t* wsz) : m_bstr(wsz != nullptr ? SysAllocString(wsz) : nullptr) {}
+    ~CCWmiBstr() { SysFreeString(m_bstr); }
+    CCWmiBstr(const CCWmiBstr&) = delete;
+    CCWmiBstr& operator=(const CCWmiBstr&) = delete;
+    operator BSTR() const { return m_bstr; }
+
+private:
+    BSTR m_bstr;
+};
