@@ -230,8 +230,8 @@ HRESULT CCWMIAccess::GetNextProperty(char* szPropertyName, VARIANT* pvPropertyVa
             if (bMappedValue)
             {
                 const HRESULT hrMap = GetMappedProperty(szPropertyName, pvPropertyValue, lMapOffset);
-                // A property without a value map, or with amended qualifiers only, keeps its raw value.
-                if (FAILED(hrMap) && hrMap != WMIACC_E_NOT_FOUND && hrMap != WMIACC_E_AMENDED_OBJECT)
+                // A property without a value map, and a system property, keep their raw value.
+                if (FAILED(hrMap) && hrMap != WMIACC_E_NOT_FOUND && hrMap != WMIACC_E_SYSTEM_PROPERTY)
                 {
                     if (pvPropertyValue != nullptr)
                         VariantClear(pvPropertyValue);

@@ -10,21 +10,19 @@
 
 #include <cstdint>
 
-// Codes the access class produces itself.
-enum : HRESULT
-{
-    WMIACC_E_INITIALIZATION_FAILURE = static_cast<HRESULT>(0x80041014),
-    WMIACC_E_UNEXPECTED = static_cast<HRESULT>(0x8004101D),
-    WMIACC_E_NOT_AVAILABLE = static_cast<HRESULT>(0x80041009),
-    WMIACC_E_INVALID_PARAMETER = static_cast<HRESULT>(0x80041008),
-    WMIACC_E_OUT_OF_MEMORY = static_cast<HRESULT>(0x80041006),
-    WMIACC_E_NOT_FOUND = static_cast<HRESULT>(0x80041002),
-    WMIACC_E_TYPE_MISMATCH = static_cast<HRESULT>(0x80041005),
-    WMIACC_E_VALUE_OUT_OF_RANGE = static_cast<HRESULT>(0x8004102B),
-    WMIACC_E_AMENDED_OBJECT = static_cast<HRESULT>(0x80041030),
-    WMIACC_S_ALREADY_EXISTS = static_cast<HRESULT>(0x40001),
-    WMIACC_S_NO_MORE_DATA = static_cast<HRESULT>(0x40005),
-};
+// Codes the access class produces itself. Plain HRESULT constants: a thrown code must be an
+// HRESULT to be caught as one.
+constexpr HRESULT WMIACC_E_INITIALIZATION_FAILURE = static_cast<HRESULT>(0x80041014);
+constexpr HRESULT WMIACC_E_UNEXPECTED = static_cast<HRESULT>(0x8004101D);
+constexpr HRESULT WMIACC_E_NOT_AVAILABLE = static_cast<HRESULT>(0x80041009);
+constexpr HRESULT WMIACC_E_INVALID_PARAMETER = static_cast<HRESULT>(0x80041008);
+constexpr HRESULT WMIACC_E_OUT_OF_MEMORY = static_cast<HRESULT>(0x80041006);
+constexpr HRESULT WMIACC_E_NOT_FOUND = static_cast<HRESULT>(0x80041002);
+constexpr HRESULT WMIACC_E_TYPE_MISMATCH = static_cast<HRESULT>(0x80041005);
+constexpr HRESULT WMIACC_E_VALUE_OUT_OF_RANGE = static_cast<HRESULT>(0x8004102B);
+constexpr HRESULT WMIACC_E_SYSTEM_PROPERTY = static_cast<HRESULT>(0x80041030);
+constexpr HRESULT WMIACC_S_ALREADY_EXISTS = static_cast<HRESULT>(0x40001);
+constexpr HRESULT WMIACC_S_NO_MORE_DATA = static_cast<HRESULT>(0x40005);
 
 // The low 32 bits of a pointer, for the "0x%08X" fields of the trace records.
 inline unsigned PtrLow32(const void* p)

@@ -1,0 +1,124 @@
+// Connection, attach and assignment of CCWMIAccess against a WMI that is only read.
+#include "WmiAccessTestSupport.h"
+
+TEST_F(ReadOnlyAccessTest, SecondConnectInAnyCaseKeepsTheFirstConnection)
+{
+    CCWMIAccess oAccess;
+    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
+    IWbemServices* pFirst = oAccess;
+    ASSERT_NE(nullptr, pFirst);
+    EXPECT_EQ(0x40001, oAccess.ConnectToNamespace("root\\cimv2"));
+    EXPECT_EQ(0x40001, oAccess.ConnectToNamespace("ROOT\\CIMV2"));
+    EXPECT_EQ(pFirst, static_cast<IWbemServices*>(oAccess));
+    EXPECT_TRUE(oAccess.AlreadyConnectedToNamespace("Root\\CimV2"));
+    EXPECT_FALSE(oAccess.AlreadyConnectedToNamespace("root\\cimv"));
+    // Only the first call went as far as the proxy blanket.
+    EXPECT_EQ(1u, Records("SetProxyBlanket", "Enter").size());
+}
+
+TEST_F(ReadOnlyAccessTest, ConnectToAnotherNamespaceDropsTheFirst)
+{
+    CCWMIAccess oAccess;
+    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
+    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\default"));
+    EXPECT_FALSE(oAccess.AlreadyConnectedToNamespace("root\\cimv2"));
+    EXPECT_TRUE(oAccess.AlreadyConnectedToNamespace("root\\default"));
+    EXPECT_STREQ("root\\default", oAccess.Namespace());
+}
+
+TEST_F(ReadOnlyAccessTest, MissingNamespaceLeavesTheObjectUnconnected)
+{
+    CCWMIAccess oAccess;
+    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
+    EXPECT_EQ(static_cast<HRESULT>(0x8004100E), oAccess.ConnectToNamespace("root\\NoSuchNamespaceHere"));
+    EXPECT_EQ(nullptr, static_cast<IWbemServices*>(oAccess));
+    EXPECT_STREQ("", oAccess.Namespace());
+    EXPECT_FALSE(oAccess.AlreadyConnectedToNamespace("root\\cimv2"));
+    const auto records = Records("ConnectToNamespace", "Exception");
+    ASSERT_EQ(1u, records.size());
+    EXPECT_EQ("Error", records[0].strLevel);
+    EXPECT_EQ("Throwing exception because ConnectServer (native) failed", records[0].strText);
+    EXPECT_EQ("hr 0x8004100E", records[0].strMessage);
+    const auto leave = Records("ConnectToNamespace", "Leave");
+    ASSERT_EQ(2u, leave.size());
+    EXPECT_EQ("hRet 0x8004100E", leave[1].strMessage);
+}
+
+TEST_F(ReadOnlyAccessTest, CredentialConnectTracesThePasswordAndItsOwnFormat)
+{
+    CCWMIAccess oAccess;
+    const HRESULT hr = oAccess.ConnectToNamespace("root\\NoSuchNamespaceHere", "someone", "Secret#42");
+    EXPECT_TRUE(FAILED(hr));
+    const auto enter = Records("ConnectToNamespace", "Enter");
+    ASSERT_EQ(1u, enter.size());
+    EXPECT_EQ("An instance of CCWMIAccess has been created.", enter[0].strText);
+    EXPECT_EQ("szNamespace: root\\NoSuchNamespaceHere, szUser: someone, szPassword: Secret#42",
+              enter[0].strMessage);
+    const auto failures = Records("ConnectToNamespace", "Exception");
+    ASSERT_EQ(1u, failures.size());
+    char szExpected[32];
+    sprintf(szExpected, "hr: 0x%X", static_cast<unsigned>(hr));
+    EXPECT_EQ(szExpected, failures[0].strMessage);
+}
+
+TEST_F(ReadOnlyAccessTest, AttachedConnectionIsNotConnectedByName)
+{
+    CCWMIAccess oFirst;
+    ASSERT_EQ(S_OK, oFirst.ConnectToNamespace(kReadNamespace));
+    IWbemServices* pServices = oFirst;
+    pServices->AddRef(); // the reference AttachNamespace takes over
+
+    CCWMIAccess oSecond;
+    EXPECT_EQ(static_cast<HRESULT>(0x80041008), oSecond.AttachNamespace(nullptr));
+    EXPECT_EQ(1u, Records("AttachNamespace", "Internal", "Invalid namespace pointer specified").size());
+    ASSERT_EQ(S_OK, oSecond.AttachNamespace(pServices));
+    EXPECT_FALSE(oSecond.AlreadyConnectedToNamespace(kReadNamespace));
+    EXPECT_FALSE(oSecond.AlreadyConnectedToNamespace(""));
+    EXPECT_EQ(S_OK, oSecond.GetObject(kReadClass));
+    // Connecting by name replaces the attached connection.
+    EXPECT_EQ(S_OK, oSecond.ConnectToNamespace(kReadNamespace));
+    EXPECT_NE(pServices, static_cast<IWbemServices*>(oSecond));
+}
+
+TEST_F(ReadOnlyAccessTest, AssignmentSharesTheConnectionAndItsName)
+{
+    CCWMIAccess oSource;
+    ASSERT_EQ(S_OK, oSource.ConnectToNamespace(kReadNamespace));
+    CCWMIAccess oCopy;
+    oCopy = oSource;
+    EXPECT_EQ(static_cast<IWbemServices*>(oSource), static_cast<IWbemServices*>(oCopy));
+    EXPECT_TRUE(oCopy.AlreadyConnectedToNamespace(kReadNamespace));
+
+    CCWMIAccess oByPointer;
+    oByPointer = static_cast<IWbemServices*>(oSource);
+    EXPECT_EQ(static_cast<IWbemServices*>(oSource), static_cast<IWbemServices*>(oByPointer));
+    EXPECT_FALSE(oByPointer.AlreadyConnectedToNamespace(kReadNamespace));
+    // Each holds its own reference: the source can go and the others still work.
+}
+
+TEST_F(ReadOnlyAccessTest, AssignmentKeepsMembersTheOtherDoesNotHold)
+{
+    CCWMIAccess oTarget;
+    ASSERT_EQ(S_OK, oTarget.ConnectToNamespace(kReadNamespace));
+    ASSERT_EQ(S_OK, oTarget.GetClassInstances(kReadClass));
+    const std::string strFirst = CurrentKey(oTarget, kReadKey);
+
+    CCWMIAccess oConnectedOnly;
+    ASSERT_EQ(S_OK, oConnectedOnly.ConnectToNamespace("root\\default"));
+    oTarget = oConnectedOnly;
+    EXPECT_TRUE(oTarget.AlreadyConnectedToNamespace("root\\default"));
+    // The other object has no current instance and no enumerator: ours stay usable.
+    EXPECT_EQ(strFirst, CurrentKey(oTarget, kReadKey));
+    EXPECT_TRUE(SUCCEEDED(oTarget.GetNextWMIInstanceInEnumerator()));
+}
+
+TEST_F(ReadOnlyAccessTest, CallContextGoesWithTheCalls)
+{
+    CCWMIAccess oAccess("TarvosFeature", "1.02", "UnitTest");
+    const auto set = Records("SetContext", "Leave");
+    ASSERT_EQ(1u, set.size());
+    EXPECT_EQ("hRet 0x0", set[0].strMessage);
+    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace(kReadNamespace));
+    EXPECT_EQ(S_OK, oAccess.GetObject(kReadClass));
+    EXPECT_TRUE(SUCCEEDED(oAccess.GetClassInstances(kReadClass)));
+}

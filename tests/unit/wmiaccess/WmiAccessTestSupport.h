@@ -1,0 +1,84 @@
+// Shared set-up of the WMI access tests: COM on the test thread, the trace switched on into a
+// scratch file and read back, and the WMI the tests read.
+//
+// Built with WMIACC_EMU the tests run against the WMI emulator with a private repository and
+// fault file in the test's scratch folder (through WMIEMU_REPOSITORY and WMIEMU_FAULTS); the
+// read-only world is then seeded with the classes the read-only tests expect. Without it they
+// run against Wine's own WMI, whose root\cimv2 has those classes already.
+#pragma once
+
+#include "ArcaTrace.h"
+#include "TestKit.h"
+#include "WMIAccess.h"
+
+#include <windows.h>
+#include <wbemcli.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+// One trace record split into its columns.
+struct TraceRecord
+{
+    std::string strLevel, strClass, strMethod, strCategory, strText, strMessage;
+};
+
+// A VARIANT cleared on scope exit.
+struct CTestVariant
+{
+    VARIANT v;
+    CTestVariant() { VariantInit(&v); }
+    ~CTestVariant() { VariantClear(&v); }
+    CTestVariant(const CTestVariant&) = delete;
+    CTestVariant& operator=(const CTestVariant&) = delete;
+    VARIANT* operator&() { return &v; }
+    void Clear() { VariantClear(&v); }
+    // The value as 8-bit text when it is a string, otherwise a marker.
+    std::string Str() const;
+};
+
+class WmiAccessTest : public ::testing::Test
+{
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    std::vector<TraceRecord> Records() const;
+    // Records of one method ("ConnectToNamespace"), optionally of one category and text.
+    std::vector<TraceRecord> Records(const std::string& strMethod, const std::string& strCategory,
+                                     const std::string& strText = "") const;
+    // The first results of an enumeration, read with the key property.
+    std::string CurrentKey(CCWMIAccess& oAccess, const char* szKey);
+
+    testkit::CScratchDir m_dir;
+    std::string m_strTrace = m_dir.File("wmiaccess.trc");
+    bool m_bComInit = false;
+};
+
+// The WMI emulator with a repository of the test's own.
+class EmuAccessTest : public WmiAccessTest
+{
+protected:
+    void SetUp() override;
+    void TearDown() override;
+    // Compiles MOF text into the repository through the emulator's MOF compiler.
+    void Seed(const std::string& strMof);
+    // Adds a fault switch line.
+    void Fault(const std::string& strLine);
+    // The repository file's text.
+    std::string Repository() const;
+};
+
+// The class and namespace the read-only tests enumerate: present in Wine's WMI, seeded into
+// the emulator. At least two instances with distinct keys.
+extern const char kReadNamespace[];
+extern const char kReadClass[];
+extern const char kReadKey[];
+
+#ifdef WMIACC_EMU
+using ReadOnlyAccessTest = EmuAccessTest;
+#else
+using ReadOnlyAccessTest = WmiAccessTest;
+#endif

@@ -1,0 +1,106 @@
+// Mapped property values of CCWMIAccess: integers turned into their "Values" texts.
+#include "WmiAccessTestSupport.h"
+
+#include <map>
+
+namespace
+{
+const char kMappedMof[] =
+    "#pragma namespace(\"\\\\\\\\.\\\\root\\\\cimv2\")\n"
+    "class Tv_Mapped {\n"
+    "  [key] string Id;\n"
+    "  [ValueMap {\"1\", \"2\", \"3\"}, Values {\"One\", \"Two\", \"Three\"}] uint32 State;\n"
+    "  [ValueMap {\"5\", \"7\"}, Values {\"Five\", \"Seven\", \"Extra\"}] uint32 Short;\n"
+    "  uint32 Plain;\n"
+    "};\n"
+    "instance of Tv_Mapped { Id = \"a\"; State = 1; Short = 5; Plain = 4; };\n"
+    "instance of Tv_Mapped { Id = \"b\"; State = 3; Short = 7; Plain = 4; };\n"
+    "instance of Tv_Mapped { Id = \"c\"; State = 9; Short = 6; Plain = 4; };\n"
+    "instance of Tv_Mapped { Id = \"d\"; State = 2; Short = 5; Plain = 4; };\n";
+
+class ValueMapTest : public EmuAccessTest
+{
+protected:
+    void SetUp() override
+    {
+        EmuAccessTest::SetUp();
+        Seed(kMappedMof);
+        ASSERT_EQ(S_OK, m_oAccess.ConnectToNamespace("root\\cimv2"));
+    }
+    // The mapped text of a property of instance szId, or the failure code as text.
+    std::string Mapped(const char* szId, const char* szProperty, long lOffset)
+    {
+        const std::string strPath = std::string("Tv_Mapped.Id=\"") + szId + "\"";
+        EXPECT_EQ(S_OK, m_oAccess.GetObject(strPath.c_str()));
+        CTestVariant v;
+        EXPECT_EQ(S_OK, m_oAccess.GetProperty(szProperty, &v));
+        const HRESULT hr = m_oAccess.GetMappedProperty(szProperty, &v, lOffset);
+        if (FAILED(hr))
+        {
+            char szCode[16];
+            sprintf(szCode, "0x%08X", static_cast<unsigned>(hr));
+            return szCode;
+        }
+        return v.Str();
+    }
+    CCWMIAccess m_oAccess;
+};
+} // namespace
+
+TEST_F(ValueMapTest, ValueFoundBeforeTheUpperBoundGivesItsEntry)
+{
+    EXPECT_EQ("One", Mapped("a", "State", 0));
+    EXPECT_EQ("Two", Mapped("d", "State", 0));
+    EXPECT_EQ("Five", Mapped("a", "Short", 0));
+}
+
+TEST_F(ValueMapTest, UpperBoundElementIsNeverCompared)
+{
+    // 3 is only in the last element, 9 in none: both map to the entry at the upper bound.
+    EXPECT_EQ("Three", Mapped("b", "State", 0));
+    EXPECT_EQ("Three", Mapped("c", "State", 0));
+    // The upper bound of the map, not of the texts: 7 and 6 both give the second text.
+    EXPECT_EQ("Seven", Mapped("b", "Short", 0));
+    EXPECT_EQ("Seven", Mapped("c", "Short", 0));
+}
+
+TEST_F(ValueMapTest, OffsetMovesTheIndexUpToTheLastText)
+{
+    EXPECT_EQ("Two", Mapped("a", "State", 1));
+    EXPECT_EQ("Three", Mapped("d", "State", 1));
+    EXPECT_EQ("Extra", Mapped("b", "Short", 1));
+    EXPECT_EQ("0x8004102B", Mapped("b", "State", 1));
+    const auto thrown = Records("GetMappedProperty", "Exception");
+    ASSERT_EQ(1u, thrown.size());
+    EXPECT_EQ("Throwing exception because index out of range", thrown[0].strText);
+}
+
+TEST_F(ValueMapTest, PropertyWithoutValueMapReportsNotFound)
+{
+    EXPECT_EQ("0x80041002", Mapped("a", "Plain", 0));
+    const auto thrown = Records("GetMappedProperty", "Exception");
+    ASSERT_EQ(1u, thrown.size());
+    EXPECT_EQ("Throwing exception because GetClassQualifier on 'Values' failed!", thrown[0].strText);
+    EXPECT_EQ("hr 0x80041002", thrown[0].strMessage);
+}
+
+TEST_F(ValueMapTest, PropertyEnumerationMapsWhatHasAMapAndKeepsTheRest)
+{
+    ASSERT_EQ(S_OK, m_oAccess.GetObject("Tv_Mapped.Id=\"b\""));
+    ASSERT_EQ(S_OK, m_oAccess.BeginPropertyEnumeration());
+    std::map<std::string, std::string> values;
+    for (int n = 0; n < 100; ++n)
+    {
+        char szName[128];
+        CTestVariant v;
+        const HRESULT hr = m_oAccess.GetNextProperty(szName, &v, sizeof(szName), true, 0);
+        if (hr == static_cast<HRESULT>(0x80041009))
+            break;
+        ASSERT_EQ(S_OK, hr) << szName;
+        values[szName] = v.v.vt == VT_BSTR ? v.Str() : "vt " + std::to_string(v.v.vt);
+    }
+    EXPECT_EQ("Three", values["State"]);
+    EXPECT_EQ("Seven", values["Short"]);
+    EXPECT_EQ("vt 3", values["Plain"]); // VT_I4, not mapped
+    EXPECT_EQ("b", values["Id"]);
+}

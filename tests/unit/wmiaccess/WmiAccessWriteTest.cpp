@@ -1,0 +1,99 @@
+// Writes of CCWMIAccess into the emulator's repository: instances, properties, qualifiers.
+#include "WmiAccessTestSupport.h"
+
+namespace
+{
+// Makes pv the string wsz and returns it.
+VARIANT* Text(VARIANT* pv, const wchar_t* wsz)
+{
+    VariantClear(pv);
+    pv->vt = VT_BSTR;
+    pv->bstrVal = SysAllocString(wsz);
+    return pv;
+}
+} // namespace
+
+TEST_F(EmuAccessTest, NewInstanceIsWrittenOnlyByPutInstance)
+{
+    CCWMIAccess oAccess;
+    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
+    ASSERT_EQ(S_OK, oAccess.NewInstance("Win32_Service"));
+    CTestVariant v;
+    ASSERT_EQ(S_OK, oAccess.SetProperty("Name", Text(&v, L"Delta")));
+    ASSERT_EQ(S_OK, oAccess.SetProperty("State", Text(&v, L"Paused")));
+    EXPECT_EQ(std::string::npos, Repository().find("\"Delta\""));
+    ASSERT_EQ(S_OK, oAccess.PutInstance());
+    EXPECT_NE(std::string::npos, Repository().find("value Name = \"Delta\""));
+
+    ASSERT_EQ(S_OK, oAccess.GetObject("Win32_Service.Name=\"Delta\""));
+    CTestVariant vState;
+    ASSERT_EQ(S_OK, oAccess.GetProperty("State", &vState));
+    EXPECT_EQ("Paused", vState.Str());
+}
+
+TEST_F(EmuAccessTest, PutWmiInstancePropertyWritesTheInstanceBack)
+{
+    CCWMIAccess oAccess;
+    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
+    ASSERT_EQ(S_OK, oAccess.GetObject("Win32_Service.Name=\"Beta\""));
+    CTestVariant v;
+    ASSERT_EQ(S_OK, oAccess.PutWMIInstanceProperty("State", Text(&v, L"Starting")));
+    CCWMIAccess oReader;
+    ASSERT_EQ(S_OK, oReader.ConnectToNamespace("root\\cimv2"));
+    ASSERT_EQ(S_OK, oReader.ExecuteQuery("SELECT * FROM Win32_Service WHERE State = 'Starting'"));
+    EXPECT_EQ("Beta", CurrentKey(oReader, "Name"));
+    EXPECT_EQ(static_cast<HRESULT>(0x80041009), oReader.GetNextWMIInstanceInEnumerator());
+}
+
+TEST_F(EmuAccessTest, ClassQualifierIsWrittenAndReadBack)
+{
+    CCWMIAccess oAccess;
+    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
+    CTestVariant v;
+    ASSERT_EQ(S_OK, oAccess.PutClassQualifier("Win32_Service", "version", Text(&v, L"2.5"), 0));
+    CTestVariant vRead;
+    ASSERT_EQ(S_OK, oAccess.GetClassQualifier("Win32_Service", "version", &vRead));
+    EXPECT_EQ("2.5", vRead.Str());
+    // As the version check reads it: the class as the current object.
+    ASSERT_EQ(S_OK, oAccess.GetObject("Win32_Service"));
+    CTestVariant vCurrent;
+    ASSERT_EQ(S_OK, oAccess.GetQualifier("version", &vCurrent));
+    EXPECT_EQ("2.5", vCurrent.Str());
+    EXPECT_NE(std::string::npos, Repository().find("qualifier version"));
+}
+
+TEST_F(EmuAccessTest, ClassQualifierOfMissingClassIsRefused)
+{
+    CCWMIAccess oAccess;
+    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
+    const std::string strBefore = Repository();
+    CTestVariant v;
+    EXPECT_EQ(static_cast<HRESULT>(0x80041002),
+              oAccess.PutClassQualifier("Tv_Missing", "version", Text(&v, L"1")));
+    EXPECT_EQ(1u, Records("PutClassQualifier", "Internal", "Error getting the class definition.").size());
+    EXPECT_EQ(strBefore, Repository());
+}
+
+TEST_F(EmuAccessTest, QualifierOfMissingPropertyFailsAndWritesNothing)
+{
+    CCWMIAccess oAccess;
+    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
+    ASSERT_EQ(S_OK, oAccess.GetObject("Win32_Service"));
+    const std::string strBefore = Repository();
+    CTestVariant v;
+    const HRESULT hr = oAccess.SetQualifier("Description", Text(&v, L"x"), "NoSuchProperty");
+    EXPECT_TRUE(FAILED(hr));
+    const auto failures = Records("SetQualifier", "Internal");
+    ASSERT_EQ(1u, failures.size());
+    EXPECT_EQ("Error calling GetQualifierSet or GetPropertyQualifierSet (native)", failures[0].strText);
+    char szExpected[32];
+    sprintf(szExpected, "hr 0x%X", static_cast<unsigned>(hr));
+    EXPECT_EQ(szExpected, failures[0].strMessage);
+    EXPECT_EQ(strBefore, Repository());
+    // A property that exists takes the qualifier in memory.
+    EXPECT_EQ(S_OK, oAccess.SetQualifier("Description", Text(&v, L"x"), "State"));
+    CTestVariant vRead;
+    EXPECT_EQ(S_OK, oAccess.GetQualifier("Description", &vRead, "State"));
+    EXPECT_EQ("x", vRead.Str());
+    EXPECT_EQ(strBefore, Repository());
+}
