@@ -45,11 +45,13 @@ public:
     HRESULT AttachNamespace(IWbemServices* pWbemServices);
     // Takes over a counted reference as the current instance.
     HRESULT AttachInstanceObject(IWbemClassObject* pInstance);
-    // Adds a reference to the argument and stores it (see the exact rules in the source).
+    // Adds a reference to the argument and stores it; the services form empties the namespace
+    // name, so the object no longer counts as connected by name.
     CCWMIAccess& operator=(IWbemServices* pWbemServices);
     CCWMIAccess& operator=(IWbemClassObject* pInstance);
-    // Shares the other object's references; members whose counterpart is null are released
-    // but keep their former value.
+    // Shares the other object's references, association source, namespace name and
+    // amended-qualifiers switch. A member whose counterpart is null keeps its former value
+    // (and its reference); the time-out and the query language stay as they are.
     CCWMIAccess& operator=(const CCWMIAccess& oOther);
     // The stored references without an added reference: the caller must not release them.
     operator IWbemServices*();
