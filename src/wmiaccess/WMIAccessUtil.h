@@ -1,12 +1,11 @@
-// Helpers shared by the CCWMIAccess source files: trace records of leaving an operation,
-// pointers in 32-bit trace fields, and UTF-16 call arguments made from 8-bit names.
+// Helpers shared by the CCWMIAccess source files: trace records of leaving an operation
+// and pointers in 32-bit trace fields (BSTR arguments: Bstr.h).
 #pragma once
 
 #include "ArcaTrace.h"
-#include "StringConversion.h"
+#include "Bstr.h"
 
 #include <windows.h>
-#include <oleauto.h>
 
 #include <cstdint>
 
@@ -46,26 +45,3 @@ inline HRESULT WmiAccLeave(const char* szFunction, const char* szText, HRESULT h
     gg_ptrc->Trace(TRC_INFOCC, szFunction, "Leave", szText, "hRet 0x%X", static_cast<unsigned>(hRet));
     return hRet;
 }
-
-// A BSTR made from an 8-bit string (null stays null), freed on scope exit.
-class CCWmiBstr
-{
-public:
-    explicit CCWmiBstr(const char* sz) : m_bstr(nullptr)
-    {
-        if (sz != nullptr)
-        {
-            CCStringConversion conv(sz);
-            const wchar_t* wsz = conv.Convert2W();
-            m_bstr = SysAllocString(wsz != nullptr ? wsz : L"");
-        }
-    }
-    explicit CCWmiBstr(const wchar_t* wsz) : m_bstr(wsz != nullptr ? SysAllocString(wsz) : nullptr) {}
-    ~CCWmiBstr() { SysFreeString(m_bstr); }
-    CCWmiBstr(const CCWmiBstr&) = delete;
-    CCWmiBstr& operator=(const CCWmiBstr&) = delete;
-    operator BSTR() const { return m_bstr; }
-
-private:
-    BSTR m_bstr;
-};

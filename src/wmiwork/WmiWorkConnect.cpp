@@ -2,6 +2,7 @@
 #include "WmiWork.h"
 
 #include "ArcaTrace.h"
+#include "Bstr.h"
 #include "ComPtr.h"
 #include "StringConversion.h"
 #include "WmiErrorText.h"
@@ -25,10 +26,9 @@ HRESULT CWmiWork::ConnectToNamespace(const char* szNamespace, IWbemServices** pp
                            "hr=0x%X '%s'", static_cast<unsigned>(hRet), WmiErrorText(hRet));
             throw hRet;
         }
-        CCStringConversion namespaceW(szNamespace);
-        BSTR bstrNamespace = SysAllocString(static_cast<const wchar_t*>(namespaceW));
-        hRet = spLocator->ConnectServer(bstrNamespace, nullptr, nullptr, nullptr, 0, nullptr, nullptr, ppServices);
-        SysFreeString(bstrNamespace);
+        CCWmiBstr bstrNamespace(szNamespace);
+        hRet = spLocator->ConnectServer(bstrNamespace, nullptr, nullptr, nullptr, 0, nullptr, nullptr,
+                                        ppServices);
         if (FAILED(hRet))
         {
             gg_ptrc->Trace(1, "CWmiWork::ConnectToNamespace", "Exception",
@@ -63,9 +63,9 @@ HRESULT CWmiWork::ConnectToNamespace(const char* szNamespace, IWbemServices** pp
 HRESULT CWmiWork::SetProxyBlanket(IUnknown* pProxy)
 {
     gg_ptrc->Trace(3, "CWmiWork::SetProxyBlanket", "Enter", "", "");
-    const HRESULT hRet = CoSetProxyBlanket(pProxy, RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr,
-                                           RPC_C_AUTHN_LEVEL_CALL, RPC_C_IMP_LEVEL_IMPERSONATE, nullptr,
-                                           EOAC_DYNAMIC_CLOAKING);
+    const HRESULT hRet =
+        CoSetProxyBlanket(pProxy, RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
+                          RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_DYNAMIC_CLOAKING);
     gg_ptrc->Trace(3, "CWmiWork::SetProxyBlanket", "Leave", "", "hRet 0x%X", static_cast<unsigned>(hRet));
     return hRet;
 }
@@ -78,12 +78,14 @@ bool CWmiWork::QualifierFind(IWbemClassObject* pIWbemClassObject, const char* sz
     bool bRet = false;
     CCComPtr<IWbemQualifierSet> spQualSet;
     CCStringConversion propertyW(szPropertyName);
-    HRESULT hr = pIWbemClassObject->GetPropertyQualifierSet(static_cast<const wchar_t*>(propertyW), spQualSet.Put());
+    HRESULT hr =
+        pIWbemClassObject->GetPropertyQualifierSet(static_cast<const wchar_t*>(propertyW), spQualSet.Put());
     if (FAILED(hr))
     {
         // The class is not known here, so its field stays empty. Passing only the property,
         // the code and its text would shift the arguments and read the code as a string.
-        gg_ptrc->Trace(2, "CWmiWork::QualifierFind", "Internal", "pIWbemClassObject->GetPropertyQualifierSet failed",
+        gg_ptrc->Trace(2, "CWmiWork::QualifierFind", "Internal",
+                       "pIWbemClassObject->GetPropertyQualifierSet failed",
                        "class='%s', prop='%s', hr=0x%X '%s'", "", szPropertyName, static_cast<unsigned>(hr),
                        WmiErrorText(hr));
     }
