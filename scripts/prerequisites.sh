@@ -3,6 +3,7 @@
 set -euo pipefail
 need=()
 command -v cmake >/dev/null || need+=(cmake)
+command -v ccache >/dev/null || need+=(ccache)
 command -v ninja >/dev/null || need+=(ninja-build)
 command -v x86_64-w64-mingw32-g++-posix >/dev/null || need+=(g++-mingw-w64-x86-64-posix)
 command -v x86_64-w64-mingw32-windres >/dev/null || need+=(binutils-mingw-w64-x86-64)
