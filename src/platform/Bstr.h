@@ -6,7 +6,8 @@
 #include <windows.h>
 #include <oleauto.h>
 
-// A BSTR made from an 8-bit string (null stays null), freed on scope exit.
+// A BSTR made from an 8-bit string, freed on scope exit. A null string, or one that cannot
+// be converted, gives a null BSTR: never an empty one, which WMI reads as a name of its own.
 class CCWmiBstr
 {
 public:
@@ -16,7 +17,7 @@ public:
         {
             CCStringConversion conv(sz);
             const wchar_t* wsz = conv.Convert2W();
-            m_bstr = SysAllocString(wsz != nullptr ? wsz : L"");
+            m_bstr = wsz != nullptr ? SysAllocString(wsz) : nullptr;
         }
     }
     explicit CCWmiBstr(const wchar_t* wsz) : m_bstr(wsz != nullptr ? SysAllocString(wsz) : nullptr) {}

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace
 {
@@ -299,9 +300,17 @@ CCRegKey* CCRegKey::NewChild(const char* szSubKey)
     if (m_pChild)
         m_pChild->Close();
     else
-        m_pChild = new CCRegKey(static_cast<HKEY>(nullptr), nullptr);
-    if (!FillAsSubKey(*m_pChild, szSubKey))
+        m_pChild = new (std::nothrow) CCRegKey(static_cast<HKEY>(nullptr), nullptr);
+    if (!m_pChild)
+    {
+        m_lLastError = static_cast<LONG>(E_OUTOFMEMORY);
         return nullptr;
+    }
+    if (!FillAsSubKey(*m_pChild, szSubKey))
+    {
+        m_lLastError = m_pChild->m_lLastError != ERROR_SUCCESS ? m_pChild->m_lLastError : ERROR_INVALID_HANDLE;
+        return nullptr;
+    }
     return m_pChild;
 }
 

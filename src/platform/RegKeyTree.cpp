@@ -98,9 +98,12 @@ bool CCRegKey::EnumValue(DWORD dwIndex, RegValue& value)
         {
             memcpy(value.szName, szName, value.dwNameSize);
             cchName = kMaxValueName + 1;
-            value.dwDataSize = cbData;
+            DWORD cbRead = cbData;
             m_lLastError = RegEnumValueA(m_hKey, dwIndex, szName, &cchName, nullptr, &value.dwType,
-                                         value.pData, &value.dwDataSize);
+                                         value.pData, &cbRead);
+            // A value that grew between the two calls reports its new size with ERROR_MORE_DATA;
+            // the record never claims more bytes than its buffer holds.
+            value.dwDataSize = cbRead < cbData ? cbRead : cbData;
             if (m_lLastError == ERROR_MORE_DATA)
                 m_lLastError = ERROR_SUCCESS;
         }
@@ -195,10 +198,17 @@ bool CCRegKey::DeleteKeyAndSubKeys()
 bool CCRegKey::DeleteKey()
 {
     if (!m_hParent || !m_szName)
+    {
+        m_lLastError = m_hParent ? ERROR_INVALID_PARAMETER : ERROR_INVALID_HANDLE;
         return false;
-    Close();
+    }
+    if (!Close())
+        return false;
     if (!m_hParent)
-        return false; // the parent went with the key (see Close)
+    {
+        m_lLastError = ERROR_INVALID_HANDLE; // the parent went with the key (see Close)
+        return false;
+    }
     m_lLastError = RegDeleteKeyA(m_hParent, m_szName);
     return m_lLastError == ERROR_SUCCESS;
 }

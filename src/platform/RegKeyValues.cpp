@@ -46,8 +46,11 @@ bool CCRegKey::QueryValue(const char* szValue, RegValue& value)
         {
             memcpy(value.szName, szValue ? szValue : "", nName);
             value.dwNameSize = static_cast<DWORD>(nName);
-            m_lLastError = RegQueryValueExA(m_hKey, szValue, nullptr, &value.dwType, value.pData, &cbData);
-            value.dwDataSize = cbData;
+            DWORD cbRead = cbData;
+            m_lLastError = RegQueryValueExA(m_hKey, szValue, nullptr, &value.dwType, value.pData, &cbRead);
+            // A value that grew since the size was asked fails with ERROR_MORE_DATA and its
+            // new size: the record keeps no more than its buffer holds.
+            value.dwDataSize = cbRead < cbData ? cbRead : cbData;
         }
     }
     EndOperation(bOpenedHere);

@@ -253,15 +253,17 @@ void CCArcaTrace::InitFromRegistry(const char* szAppKey, unsigned nFlags)
             {
                 m_bTraceClear = dwClear != 0;
             }
-            char szFile[MAX_PATH] = "";
+            // At most 259 characters: with its terminator the value fills MAX_PATH bytes; one
+            // stored without a terminator gets one here, one place behind the read bytes.
+            char szFile[MAX_PATH + 1] = "";
             DWORD dwType = 0;
-            DWORD cbFile = sizeof(szFile) - 1;
+            DWORD cbFile = MAX_PATH;
             if (RegQueryValueExA(hKey, "TraceFile", nullptr, &dwType, reinterpret_cast<BYTE*>(szFile), &cbFile) ==
                     ERROR_SUCCESS &&
                 dwType == REG_SZ)
             {
-                szFile[cbFile < sizeof(szFile) ? cbFile : sizeof(szFile) - 1] = '\0';
-                if (szFile[0] != '\0')
+                szFile[cbFile] = '\0';
+                if (szFile[0] != '\0' && strlen(szFile) < MAX_PATH)
                 {
                     SetFilePath(szFile);
                 }

@@ -147,7 +147,7 @@ void CCArcaTrace::HistoryName(wchar_t* wszHistory, size_t nChars) const
     if (nPath >= kTraceTxtLen && _wcsicmp(m_wszPath + nPath - kTraceTxtLen, kTraceTxt) == 0)
     {
         nStem = nPath - kTraceTxtLen;
-        wszSuffix = m_wszPath + nStem;
+        wszSuffix = kTraceTxt;
     }
     else if (const wchar_t* pDot = wcsrchr(m_wszPath, L'.'))
     {

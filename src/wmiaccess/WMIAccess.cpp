@@ -37,16 +37,13 @@ char* CopyString(const char* sz)
 } // namespace
 
 CCWMIAccess::CCWMIAccess()
-    : m_pAssocEnum(nullptr), m_pInstanceEnum(nullptr), m_pInstance(nullptr), m_pMethodInParams(nullptr),
-      m_pMethodOutParams(nullptr), m_pWbemServices(nullptr), m_pContext(nullptr), m_szNamespace{},
-      m_ulEnumTimeout(2000), m_szQueryLanguage("WQL"), m_lAmendedQualifiers(0), m_szAssocSource(nullptr)
 {
     gg_ptrc->Trace(TRC_INFOCC, "CCWMIAccess::CCWMIAccess", "Enter", kCreated, "");
     gg_ptrc->Trace(TRC_INFOCC, "CCWMIAccess::CCWMIAccess", "Leave", kCreated, "");
 }
 
+// Writes only its own Enter and Leave around the context records, not the default constructor's.
 CCWMIAccess::CCWMIAccess(const char* szFeatureName, const char* szFeatureVersion, const char* szContextName)
-    : CCWMIAccess()
 {
     gg_ptrc->Trace(TRC_INFOCC, "CCWMIAccess::CCWMIAccess", "Enter", kCreated,
                    "szFeatureName: %s, szFeatureVersion: %s, szContextName: %s", szFeatureName,

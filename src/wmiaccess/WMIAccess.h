@@ -139,16 +139,17 @@ private:
     long Flags() const;
     void ReleaseAll();
 
-    IEnumWbemClassObject* m_pAssocEnum;
-    IEnumWbemClassObject* m_pInstanceEnum;
-    IWbemClassObject* m_pInstance;
-    IWbemClassObject* m_pMethodInParams;
-    IWbemClassObject* m_pMethodOutParams;
-    IWbemServices* m_pWbemServices;
-    IWbemContext* m_pContext;
-    char m_szNamespace[MAX_PATH];
-    ULONG m_ulEnumTimeout;
-    const char* m_szQueryLanguage;
-    long m_lAmendedQualifiers;
-    char* m_szAssocSource;
+    // Both constructors start from these values.
+    IEnumWbemClassObject* m_pAssocEnum = nullptr;
+    IEnumWbemClassObject* m_pInstanceEnum = nullptr;
+    IWbemClassObject* m_pInstance = nullptr;
+    IWbemClassObject* m_pMethodInParams = nullptr;
+    IWbemClassObject* m_pMethodOutParams = nullptr;
+    IWbemServices* m_pWbemServices = nullptr;
+    IWbemContext* m_pContext = nullptr;
+    char m_szNamespace[MAX_PATH] = {};
+    ULONG m_ulEnumTimeout = 2000;
+    const char* m_szQueryLanguage = "WQL";
+    long m_lAmendedQualifiers = 0;
+    char* m_szAssocSource = nullptr;
 };
