@@ -1,5 +1,7 @@
 #include "TestKit.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -230,6 +232,28 @@ std::vector<std::string> TarvosRun::Records(const std::string& strMethod, const 
     return found;
 }
 
+std::vector<TraceRecord> TraceRecords(const std::string& strPath, const std::string& strFunction,
+                                      const std::string& strCategory, const std::string& strText)
+{
+    std::vector<TraceRecord> records;
+    for (const std::string& strLine : SplitRecords(ReadUtf16Text(strPath)))
+    {
+        const std::vector<std::string> cols = SplitTabs(strLine);
+        if (cols.size() < 9)
+        {
+            continue;
+        }
+        const TraceRecord record = {cols[3], cols[4], cols[5], cols[6], cols[7], cols[8]};
+        const bool bQualified = strFunction.find("::") != std::string::npos;
+        if ((strFunction.empty() || strFunction == (bQualified ? cols[4] + "::" + cols[5] : cols[5])) &&
+            (strCategory.empty() || strCategory == cols[6]) && (strText.empty() || strText == cols[7]))
+        {
+            records.push_back(record);
+        }
+    }
+    return records;
+}
+
 std::string TarvosExe()
 {
     return TARVOS_EXE_PATH;
@@ -241,7 +265,12 @@ TarvosRun RunProgram(const std::string& strCommandLine, const std::string& strWo
     SECURITY_ATTRIBUTES sa = {sizeof(sa), nullptr, TRUE};
     HANDLE hRead = nullptr;
     HANDLE hWrite = nullptr;
-    CreatePipe(&hRead, &hWrite, &sa, 0);
+    if (!CreatePipe(&hRead, &hWrite, &sa, 0))
+    {
+        run.strFailure = "CreatePipe failed, error " + std::to_string(GetLastError());
+        ADD_FAILURE() << strCommandLine << ": " << run.strFailure;
+        return run;
+    }
     SetHandleInformation(hRead, HANDLE_FLAG_INHERIT, 0);
     STARTUPINFOA si = {};
     si.cb = sizeof(si);
@@ -253,10 +282,13 @@ TarvosRun RunProgram(const std::string& strCommandLine, const std::string& strWo
     std::string strCmd = strCommandLine;
     const BOOL bStarted = CreateProcessA(nullptr, &strCmd[0], nullptr, nullptr, TRUE, 0, nullptr,
                                          strWorkDir.empty() ? nullptr : strWorkDir.c_str(), &si, &pi);
+    const DWORD dwStartError = GetLastError();
     CloseHandle(hWrite);
     if (!bStarted)
     {
         CloseHandle(hRead);
+        run.strFailure = "CreateProcessA failed, error " + std::to_string(dwStartError);
+        ADD_FAILURE() << strCommandLine << ": " << run.strFailure;
         return run;
     }
     // Reads the output while the program runs, so a full pipe never blocks it.
@@ -281,6 +313,7 @@ TarvosRun RunProgram(const std::string& strCommandLine, const std::string& strWo
         if (GetTickCount64() > ullEnd)
         {
             run.bTimedOut = true;
+            run.strFailure = "still running after " + std::to_string(dwTimeoutMs) + " ms: terminated";
             TerminateProcess(pi.hProcess, 0xDEAD);
             WaitForSingleObject(pi.hProcess, 5000);
             break;

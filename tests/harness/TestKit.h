@@ -38,6 +38,16 @@ std::vector<std::string> SplitLines(const std::string& strText); // at "\r\n"
 std::vector<std::string> SplitRecords(const std::string& strText);
 std::vector<std::string> SplitTabs(const std::string& strLine);
 
+// One record of a trace file (without the module column), split into its columns.
+struct TraceRecord
+{
+    std::string strLevel, strClass, strMethod, strCategory, strText, strMessage;
+};
+// The records of a trace file; with strFunction ("Method" or "Class::Method"), strCategory
+// and strText only those that match them.
+std::vector<TraceRecord> TraceRecords(const std::string& strPath, const std::string& strFunction = "",
+                                      const std::string& strCategory = "", const std::string& strText = "");
+
 // A registry key under HKEY_LOCAL_MACHINE that the test owns: created on construction,
 // deleted with its subtree on destruction.
 class CScratchKey
@@ -65,6 +75,9 @@ struct TarvosRun
 {
     DWORD dwExitCode = 0xFFFFFFFF;
     bool bTimedOut = false;
+    // Why the program could not be started or did not end: the failing call and its error
+    // number (the run is then also a test failure). Empty when it ran to its end.
+    std::string strFailure;
     std::string strStdout;
     std::string strTrace;          // the trace file as text (see ReadUtf16Text)
     std::vector<std::string> lines; // the trace's records (see SplitRecords)

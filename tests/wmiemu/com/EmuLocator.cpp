@@ -1,6 +1,8 @@
 // EmuLocator.cpp - IWbemLocator: connections to the namespaces of the repository.
 #include "EmuCom.h"
 
+#include "EmuContextLog.h"
+
 #include "EmuFaults.h"
 
 namespace wmiemu
@@ -22,8 +24,9 @@ HRESULT CEmuLocator::QueryInterface(REFIID riid, void** ppv)
 }
 
 HRESULT CEmuLocator::ConnectServer(const BSTR strNetworkResource, const BSTR, const BSTR, const BSTR, LONG,
-                                   const BSTR, IWbemContext*, IWbemServices** ppNamespace)
+                                   const BSTR, IWbemContext* pCtx, IWbemServices** ppNamespace)
 {
+    RecordContext(L"ConnectServer", pCtx);
     if (!ppNamespace || !strNetworkResource)
         return WBEM_E_INVALID_PARAMETER;
     *ppNamespace = nullptr;

@@ -1,6 +1,8 @@
 // EmuServices.cpp - IWbemServices on one namespace of the repository (synchronous calls only).
 #include "EmuCom.h"
 
+#include "EmuContextLog.h"
+
 #include "EmuFaults.h"
 #include "EmuQuery.h"
 
@@ -68,9 +70,10 @@ HRESULT CEmuServices::OpenNamespace(const BSTR strNamespace, LONG, IWbemContext*
     return hr;
 }
 
-HRESULT CEmuServices::GetObject(const BSTR strObjectPath, LONG, IWbemContext*, IWbemClassObject** ppObject,
+HRESULT CEmuServices::GetObject(const BSTR strObjectPath, LONG, IWbemContext* pCtx, IWbemClassObject** ppObject,
                                 IWbemCallResult** ppCallResult)
 {
+    RecordContext(L"GetObject", pCtx);
     ClearCallResult(ppCallResult);
     if (ppObject)
         *ppObject = nullptr;
@@ -158,9 +161,10 @@ HRESULT CEmuServices::MakeEnum(std::vector<Object>& objs, LONG lFlags, const std
     return WBEM_S_NO_ERROR;
 }
 
-HRESULT CEmuServices::CreateClassEnum(const BSTR strSuperclass, LONG lFlags, IWbemContext*,
+HRESULT CEmuServices::CreateClassEnum(const BSTR strSuperclass, LONG lFlags, IWbemContext* pCtx,
                                       IEnumWbemClassObject** ppEnum)
 {
+    RecordContext(L"CreateClassEnum", pCtx);
     if (!ppEnum)
         return WBEM_E_INVALID_PARAMETER;
     *ppEnum = nullptr;
@@ -175,9 +179,10 @@ HRESULT CEmuServices::CreateClassEnum(const BSTR strSuperclass, LONG lFlags, IWb
     return FAILED(hr) ? hr : MakeEnum(objs, lFlags, super, ppEnum);
 }
 
-HRESULT CEmuServices::CreateInstanceEnum(const BSTR strFilter, LONG lFlags, IWbemContext*,
+HRESULT CEmuServices::CreateInstanceEnum(const BSTR strFilter, LONG lFlags, IWbemContext* pCtx,
                                          IEnumWbemClassObject** ppEnum)
 {
+    RecordContext(L"CreateInstanceEnum", pCtx);
     if (!ppEnum || !strFilter)
         return WBEM_E_INVALID_PARAMETER;
     *ppEnum = nullptr;
@@ -192,9 +197,10 @@ HRESULT CEmuServices::CreateInstanceEnum(const BSTR strFilter, LONG lFlags, IWbe
     return FAILED(hr) ? hr : MakeEnum(objs, lFlags, cls, ppEnum);
 }
 
-HRESULT CEmuServices::ExecQuery(const BSTR strQueryLanguage, const BSTR strQuery, LONG lFlags, IWbemContext*,
+HRESULT CEmuServices::ExecQuery(const BSTR strQueryLanguage, const BSTR strQuery, LONG lFlags, IWbemContext* pCtx,
                                 IEnumWbemClassObject** ppEnum)
 {
+    RecordContext(L"ExecQuery", pCtx);
     if (!ppEnum || !strQueryLanguage || !strQuery)
         return WBEM_E_INVALID_PARAMETER;
     *ppEnum = nullptr;

@@ -4,45 +4,6 @@
 
 #include <fstream>
 
-namespace
-{
-// Runs wmiemutool (beside this test program) with the test's repository; returns its exit code.
-int RunTool(const std::wstring& args, std::string* pOut = nullptr)
-{
-    wchar_t exe[MAX_PATH];
-    GetModuleFileNameW(nullptr, exe, MAX_PATH);
-    std::wstring dir(exe);
-    dir = dir.substr(0, dir.find_last_of(L'\\') + 1);
-    std::wstring outFile = dir + L"wmiemutool-out.txt";
-    SECURITY_ATTRIBUTES sa = {sizeof(sa), nullptr, TRUE};
-    HANDLE hOut =
-        CreateFileW(outFile.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &sa, CREATE_ALWAYS, 0, nullptr);
-    STARTUPINFOW si = {};
-    si.cb = sizeof(si);
-    si.dwFlags = STARTF_USESTDHANDLES;
-    si.hStdOutput = hOut;
-    si.hStdError = hOut;
-    PROCESS_INFORMATION pi = {};
-    std::wstring cmd = L"\"" + dir + L"wmiemutool.exe\" " + args;
-    DWORD dwCode = 99;
-    if (CreateProcessW(nullptr, &cmd[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &si, &pi))
-    {
-        WaitForSingleObject(pi.hProcess, 60000);
-        GetExitCodeProcess(pi.hProcess, &dwCode);
-        CloseHandle(pi.hProcess);
-        CloseHandle(pi.hThread);
-    }
-    CloseHandle(hOut);
-    if (pOut)
-    {
-        std::ifstream f(outFile.c_str(), std::ios::binary);
-        pOut->assign((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
-    }
-    DeleteFileW(outFile.c_str());
-    return (int)dwCode;
-}
-} // namespace
-
 TEST_F(EmuTest, ToolSeedsDumpsAndResetsTheRepository)
 {
     std::wstring mof = m_dir + L"seed.mof";

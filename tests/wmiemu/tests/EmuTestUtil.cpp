@@ -167,3 +167,53 @@ std::vector<std::wstring> EmuTest::EnumNames(IEnumWbemClassObject* pEnum, const 
     }
     return r;
 }
+
+int EmuTest::RunTool(const std::wstring& args, std::string* pOut)
+{
+    // Each run writes its own file in the test's folder: nothing left open by an earlier run,
+    // of this test or another, can stand in the way.
+    static int nRun = 0;
+    const std::wstring outFile = m_dir + L"tool-out-" + std::to_wstring(++nRun) + L".txt";
+    wchar_t exe[MAX_PATH];
+    GetModuleFileNameW(nullptr, exe, MAX_PATH);
+    std::wstring dir(exe);
+    dir = dir.substr(0, dir.find_last_of(L'\\') + 1);
+    const std::string what = "wmiemutool " + std::string(args.begin(), args.end()) + ": ";
+    SECURITY_ATTRIBUTES sa = {sizeof(sa), nullptr, TRUE};
+    HANDLE hOut = CreateFileW(outFile.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &sa, CREATE_ALWAYS, 0, nullptr);
+    if (hOut == INVALID_HANDLE_VALUE)
+    {
+        ADD_FAILURE() << what << "CreateFileW of the output file failed, error " << GetLastError();
+        return 99;
+    }
+    STARTUPINFOW si = {};
+    si.cb = sizeof(si);
+    si.dwFlags = STARTF_USESTDHANDLES;
+    si.hStdOutput = hOut;
+    si.hStdError = hOut;
+    PROCESS_INFORMATION pi = {};
+    std::wstring cmd = L"\"" + dir + L"wmiemutool.exe\" " + args;
+    DWORD dwCode = 99;
+    if (!CreateProcessW(nullptr, &cmd[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &si, &pi))
+        ADD_FAILURE() << what << "CreateProcessW failed, error " << GetLastError();
+    else
+    {
+        if (WaitForSingleObject(pi.hProcess, 60000) != WAIT_OBJECT_0)
+        {
+            ADD_FAILURE() << what << "still running after 60 s: terminated";
+            TerminateProcess(pi.hProcess, 99);
+            WaitForSingleObject(pi.hProcess, 5000);
+        }
+        else if (!GetExitCodeProcess(pi.hProcess, &dwCode))
+            ADD_FAILURE() << what << "GetExitCodeProcess failed, error " << GetLastError();
+        CloseHandle(pi.hProcess);
+        CloseHandle(pi.hThread);
+    }
+    CloseHandle(hOut);
+    if (pOut)
+    {
+        std::ifstream f(outFile.c_str(), std::ios::binary);
+        pOut->assign((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
+    }
+    return (int)dwCode;
+}

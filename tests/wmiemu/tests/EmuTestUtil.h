@@ -100,6 +100,9 @@ protected:
     HRESULT GetObj(IWbemServices* pNs, const wchar_t* wszPath, CComPtrT<IWbemClassObject>& out);
     std::wstring GetStr(IWbemClassObject* pObj, const wchar_t* wszProp);
     std::vector<std::wstring> EnumNames(IEnumWbemClassObject* pEnum, const wchar_t* wszProp = L"__RELPATH");
+    // Runs wmiemutool (beside the test program) with the test's repository; returns its exit
+    // code, or 99 when it could not be started or did not end (a test failure that says why).
+    int RunTool(const std::wstring& args, std::string* pOut = nullptr);
     std::wstring m_dir; // the test's own folder, with a trailing backslash
 
 private:
