@@ -21,19 +21,16 @@ protected:
         m_trace.InitExplicit(m_strPath.c_str(), 6, 0);
         ASSERT_EQ(&m_trace, gg_ptrc);
     }
-    std::vector<std::string> Lines() const { return testkit::SplitRecords(testkit::ReadUtf16Text(m_strPath)); }
+    std::vector<std::string> Lines() const
+    {
+        return testkit::SplitRecords(testkit::ReadUtf16Text(m_strPath));
+    }
     // The records of one category and text, as their message column.
     std::vector<std::string> Messages(const std::string& strCategory, const std::string& strText) const
     {
         std::vector<std::string> found;
-        for (const std::string& strLine : Lines())
-        {
-            const auto cols = testkit::SplitTabs(strLine);
-            if (cols.size() >= 9 && cols[6] == strCategory && cols[7] == strText)
-            {
-                found.push_back(cols[8]);
-            }
-        }
+        for (const testkit::TraceRecord& record : testkit::TraceRecords(m_strPath, "", strCategory, strText))
+            found.push_back(record.strMessage);
         return found;
     }
 };

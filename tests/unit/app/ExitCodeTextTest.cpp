@@ -25,9 +25,7 @@ TEST(ExitCodeText, DefinedCodes)
                  {22, "22, EXITCODE_ERR_SET_QUALIFIER_FAILED"},
                  {23, "23, EXITCODE_ERR_GENERAL_ERROR"}};
     for (const auto& row : aRows)
-    {
         EXPECT_EQ(std::string(row.szText), ExitCodeText(row.nCode)) << row.nCode;
-    }
 }
 
 TEST(ExitCodeText, TemplateRangeAndUnknownCodes)
@@ -36,8 +34,7 @@ TEST(ExitCodeText, TemplateRangeAndUnknownCodes)
     EXPECT_EQ(strTemplate, ExitCodeText(0x10000000));
     EXPECT_EQ(strTemplate, ExitCodeText(0x10000000 + 5));
     EXPECT_EQ(strTemplate, ExitCodeText(0x7FFFFFFF));
-    for (int nCode : {2, 6, 8, 9, 10, 11, 12, 13, 14, 15, 24, 100, 0x0FFFFFFF, -1, -3, static_cast<int>(0x80000000)})
-    {
+    for (int nCode :
+         {2, 6, 8, 9, 10, 11, 12, 13, 14, 15, 24, 100, 0x0FFFFFFF, -1, -3, static_cast<int>(0x80000000)})
         EXPECT_EQ(std::string("Unknown exit code"), ExitCodeText(nCode)) << nCode;
-    }
 }

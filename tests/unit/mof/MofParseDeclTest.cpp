@@ -1,143 +1,92 @@
 // Namespace pragmas, class declarations, version qualifiers and their pairing.
 #include "MofScanTestSupport.h"
 
-#include <vector>
+#include "MofScanInvariants.h"
 
-namespace
+// What the scan finds in each text; a null column is not looked at.
+TEST_F(MofScanTest, NamespacesClassesAndVersions)
 {
-std::vector<std::string> Names(const std::vector<MofEntry>& entries)
-{
-    std::vector<std::string> names;
-    for (const MofEntry& entry : entries)
-        names.push_back(entry.Name);
-    return names;
-}
-} // namespace
-
-TEST_F(MofScanTest, NamespacePragmasAcceptedInAnyCaseWithBlanks)
-{
-    const std::string strText = "#Pragma NameSpace(\"\\\\\\\\.\\\\root\\\\x\")\n"
-                                "#pragma \t namespace (\"root\\\\Y\")\n"
-                                "#PRAGMA NAMESPACE(\"\\\\root\")\n";
-    ASSERT_TRUE(Scan(strText));
-    ASSERT_EQ(3u, Mp().Namespaces().size());
-    EXPECT_EQ("\\\\\\\\.\\\\root\\\\x", Mp().Namespaces()[0].Name);
-    EXPECT_EQ(PosOf("#Pragma"), Mp().Namespaces()[0].Pos);
-    EXPECT_EQ(PosOf("#pragma"), Mp().Namespaces()[1].Pos);
-    EXPECT_EQ(PosOf("#PRAGMA"), Mp().Namespaces()[2].Pos);
-
-    std::string strNs = "old";
-    Mp().NamespaceByIndex(0, strNs);
-    EXPECT_EQ(".\\root\\x", strNs);
-    Mp().NamespaceByIndex(1, strNs);
-    EXPECT_EQ("root\\Y", strNs);
-    Mp().NamespaceByIndex(2, strNs);
-    EXPECT_EQ("root", strNs);
-    Mp().NamespaceByIndex(3, strNs);
-    EXPECT_EQ("", strNs);
-    Mp().NamespaceByIndex(-1, strNs);
-    EXPECT_EQ("", strNs);
-}
-
-TEST_F(MofScanTest, NamespacePragmaRefusedAndLooseForms)
-{
-    // A line break between the words: not a namespace pragma.
-    ASSERT_TRUE(Scan("#pragma\nnamespace(\"a\")\n"));
-    EXPECT_TRUE(Mp().Namespaces().empty());
-    // The parentheses are never checked: the next two double quotes anywhere count.
-    ASSERT_TRUE(Scan("#pragma namespace root\nclass A {\n  [Description(\"x\")] string P;\n};\n"));
-    EXPECT_EQ(std::vector<std::string>{"x"}, Names(Mp().Namespaces()));
-    // No quotes behind it, or only one: nothing.
-    ASSERT_TRUE(Scan("#pragma namespace(root)\n"));
-    EXPECT_TRUE(Mp().Namespaces().empty());
-    ASSERT_TRUE(Scan("#pragma namespace(\"root)\n"));
-    EXPECT_TRUE(Mp().Namespaces().empty());
-    // The quoted name may be empty and may hold anything but a double quote.
-    ASSERT_TRUE(Scan("#pragma namespace(\"\")\n#pragma namespace(\"a b\n;c\")\n"));
-    EXPECT_EQ((std::vector<std::string>{"", "a b\n;c"}), Names(Mp().Namespaces()));
-}
-
-TEST_F(MofScanTest, ClassDeclarationsAccepted)
-{
-    ASSERT_TRUE(Scan("class Foo {\n};\n"
-                     "class Bar\n{\n};\n"
-                     "CLASS Baz : Foo {\n};\n"
-                     "class\tQux\t:\tBar\n{\n};\n"
-                     "class Quux\r\n  \t{\n};\n"));
-    EXPECT_EQ((std::vector<std::string>{"Foo", "Bar", "Baz", "Qux", "Quux"}), Names(Mp().Classes()));
-    EXPECT_EQ(PosOf("class Foo"), Mp().Classes()[0].Pos);
-    EXPECT_EQ(PosOf("class Bar"), Mp().Classes()[1].Pos);
-    EXPECT_EQ(PosOf("CLASS"), Mp().Classes()[2].Pos);
-    EXPECT_EQ(PosOf("class\tQux"), Mp().Classes()[3].Pos);
-}
-
-TEST_F(MofScanTest, ClassDeclarationsRefused)
-{
-    // No blank between the name and the brace or colon.
-    ASSERT_TRUE(Scan("class Foo{\n};\nclass Foo2:Bar {\n};\n"));
-    EXPECT_TRUE(Mp().Classes().empty());
-    // Something else between the name and the brace.
-    ASSERT_TRUE(Scan("class Foo x {\n};\n"));
-    EXPECT_TRUE(Mp().Classes().empty());
-    // The failed partial match "c" at 0 makes the search resume at 2, past "class".
-    ASSERT_TRUE(Scan("cclass Foo {\n};\n"));
-    EXPECT_TRUE(Mp().Classes().empty());
-    ASSERT_TRUE(Scan("ccclass Foo {\n};\n"));
-    EXPECT_EQ(std::vector<std::string>{"Foo"}, Names(Mp().Classes()));
-    // A keyword that ends the text is not found.
-    ASSERT_TRUE(Scan("class Foo {\n};\nclass"));
-    EXPECT_EQ(std::vector<std::string>{"Foo"}, Names(Mp().Classes()));
-}
-
-TEST_F(MofScanTest, ClassKeywordMatchesInsideWords)
-{
-    ASSERT_TRUE(Scan("subclass Foo {\n};\n"));
-    EXPECT_EQ(std::vector<std::string>{"Foo"}, Names(Mp().Classes()));
-    EXPECT_EQ(PosOf("class"), Mp().Classes()[0].Pos);
-    ASSERT_TRUE(Scan("instance of MyClassX\n{\n};\n"));
-    EXPECT_EQ(std::vector<std::string>{"X"}, Names(Mp().Classes()));
-    // No identifier behind "class": a class without a name (the character after the
-    // empty name is passed over, the brace must come behind it).
+    const struct
+    {
+        const char *szText, *szNamespaces, *szClasses, *szVersions;
+    } cases[] = {
+        // Namespace pragmas: any case, blanks between the words and before the parenthesis.
+        {"#Pragma NameSpace(\"\\\\\\\\.\\\\root\\\\x\")\n#pragma \t namespace (\"root\\\\Y\")\n"
+         "#PRAGMA NAMESPACE(\"\\\\root\")\n",
+         "\\\\\\\\.\\\\root\\\\x|root\\\\Y|\\\\root", "", ""},
+        // A line break between the words: no pragma. The parentheses are never checked: the
+        // next two double quotes anywhere count; none or one: nothing.
+        {"#pragma\nnamespace(\"a\")\n", "", nullptr, nullptr},
+        {"#pragma namespace root\nclass A {\n  [Description(\"x\")] string P;\n};\n", "x", "A", nullptr},
+        {"#pragma namespace(root)\n", "", nullptr, nullptr},
+        {"#pragma namespace(\"root)\n", "", nullptr, nullptr},
+        {"#pragma namespace(\"\")\n#pragma namespace(\"a b\n;c\")\n", "|a b\n;c", nullptr, nullptr},
+        // Class declarations: a blank (or line end) between name and brace or colon.
+        {"class Foo {\n};\nclass Bar\n{\n};\nCLASS Baz : Foo {\n};\nclass\tQux\t:\tBar\n{\n};\n"
+         "class Quux\r\n  \t{\n};\n",
+         nullptr, "Foo|Bar|Baz|Qux|Quux", nullptr},
+        {"class Foo{\n};\nclass Foo2:Bar {\n};\n", nullptr, "", nullptr},
+        {"class Foo x {\n};\n", nullptr, "", nullptr},
+        // The failed partial match "c" at 0 makes the search resume at 2, past "class".
+        {"cclass Foo {\n};\n", nullptr, "", nullptr},
+        {"ccclass Foo {\n};\n", nullptr, "Foo", nullptr},
+        // A keyword that ends the text is not found; one inside a word is.
+        {"class Foo {\n};\nclass", nullptr, "Foo", nullptr},
+        {"subclass Foo {\n};\n", nullptr, "Foo", nullptr},
+        {"instance of MyClassX\n{\n};\n", nullptr, "X", nullptr},
+        // No identifier behind "class": the character after the empty name is passed over.
+        {"Subclass (\n{\n};\n", nullptr, "", nullptr},
+        // Versions from the qualifier block right before a class; nested and quoted brackets count.
+        {"[Abstract, Version(\"1.2.0\"), Description(\"d\")]\nclass A\n{\n};\n", nullptr, "A", "1.2.0"},
+        {"[Description(\"a[1]\"), VERSION ( \"3\" )] \t\r\n CLASS B {\n};\n", nullptr, "B", "3"},
+        // Not from a property's block, a block before another block, outside a block, or a string.
+        {"class A {\n  [key, Version(\"9\")] string Name;\n};\n[Version(\"1\")]\n[Abstract]\nclass B {\n};\n"
+         "[Abstract] Version(\"2\")\nclass C {\n};\n[Abstract]\nclass D {\n  string S = \"version "
+         "\\\"7\\\"\";\n};\n",
+         nullptr, nullptr, ""},
+        // A "]" inside a string ends the block early: what follows is no class keyword.
+        {"[Description(\"a]\"), Version(\"3\")]\nclass E {\n};\n", nullptr, nullptr, ""},
+        // The word in an earlier qualifier is taken: the text between the next two quotes,
+        // which may lie behind the block.
+        {"[Description(\"new version\"), Version(\"2.0\")]\nclass A {\n};\n", nullptr, nullptr,
+         "), Version("},
+        {"[Version(2)]\nclass A {\n  [Description(\"x\")] string P;\n};\n", nullptr, nullptr, "x"},
+    };
+    for (const auto& c : cases)
+    {
+        ASSERT_TRUE(Scan(c.szText)) << c.szText;
+        EXPECT_TRUE(mofcheck::ScanResultSane(Mp())) << c.szText;
+        if (c.szNamespaces)
+        {
+            EXPECT_EQ(c.szNamespaces, Names(Mp().Namespaces())) << c.szText;
+        }
+        if (c.szClasses)
+        {
+            EXPECT_EQ(c.szClasses, Names(Mp().Classes())) << c.szText;
+        }
+        if (c.szVersions)
+        {
+            EXPECT_EQ(c.szVersions, Names(Mp().Versions())) << c.szText;
+        }
+    }
+    // The empty class name of "Subclass (": recorded, with no name.
     ASSERT_TRUE(Scan("Subclass (\n{\n};\n"));
-    EXPECT_EQ(std::vector<std::string>{""}, Names(Mp().Classes()));
+    ASSERT_EQ(1u, Mp().Classes().size());
+    EXPECT_EQ("", Mp().Classes()[0].Name);
 }
 
-TEST_F(MofScanTest, VersionOfClassQualifierBlock)
+TEST_F(MofScanTest, NamespaceByIndexDropsTheEscapesAndTheLeadingServer)
 {
-    ASSERT_TRUE(Scan("[Abstract, Version(\"1.2.0\"), Description(\"d\")]\nclass A\n{\n};\n"));
-    ASSERT_EQ(1u, Mp().Versions().size());
-    EXPECT_EQ("1.2.0", Mp().Versions()[0].Name);
-    EXPECT_EQ(PosOf("Version"), Mp().Versions()[0].Pos);
-    EXPECT_EQ(std::vector<std::string>{"A"}, Names(Mp().Classes()));
-
-    // Nested and quoted brackets count; the block ends at its matching bracket.
-    ASSERT_TRUE(Scan("[Description(\"a[1]\"), VERSION ( \"3\" )] \t\r\n CLASS B {\n};\n"));
-    EXPECT_EQ(std::vector<std::string>{"3"}, Names(Mp().Versions()));
-}
-
-TEST_F(MofScanTest, VersionNotTakenFromOtherBlocks)
-{
-    // Property qualifier block, block followed by another block, version outside the block.
-    ASSERT_TRUE(Scan("class A {\n  [key, Version(\"9\")] string Name;\n};\n"
-                     "[Version(\"1\")]\n[Abstract]\nclass B {\n};\n"
-                     "[Abstract] Version(\"2\")\nclass C {\n};\n"
-                     "[Abstract]\nclass D {\n  string S = \"version \\\"7\\\"\";\n};\n"));
-    EXPECT_TRUE(Mp().Versions().empty());
-    // A "]" inside a string ends the block early: what follows is no class keyword.
-    ASSERT_TRUE(Scan("[Description(\"a]\"), Version(\"3\")]\nclass E {\n};\n"));
-    EXPECT_TRUE(Mp().Versions().empty());
-}
-
-TEST_F(MofScanTest, VersionWordInEarlierQualifierIsTaken)
-{
-    ASSERT_TRUE(Scan("[Description(\"new version\"), Version(\"2.0\")]\nclass A {\n};\n"));
-    ASSERT_EQ(1u, Mp().Versions().size());
-    // The text between the quote that ends the description and the next quote.
-    EXPECT_EQ("), Version(", Mp().Versions()[0].Name);
-    EXPECT_EQ(PosOf("version"), Mp().Versions()[0].Pos);
-    // The quotes may lie behind the block.
-    ASSERT_TRUE(Scan("[Version(2)]\nclass A {\n  [Description(\"x\")] string P;\n};\n"));
-    EXPECT_EQ(std::vector<std::string>{"x"}, Names(Mp().Versions()));
+    ASSERT_TRUE(Scan("#Pragma NameSpace(\"\\\\\\\\.\\\\root\\\\x\")\n#pragma namespace(\"root\\\\Y\")\n"
+                     "#PRAGMA NAMESPACE(\"\\\\root\")\n"));
+    const char* aszExpected[] = {".\\root\\x", "root\\Y", "root", "", ""};
+    const int anIndex[] = {0, 1, 2, 3, -1};
+    for (int i = 0; i < 5; ++i)
+    {
+        std::string strNs = "old";
+        Mp().NamespaceByIndex(anIndex[i], strNs);
+        EXPECT_EQ(aszExpected[i], strNs) << anIndex[i];
+    }
 }
 
 TEST_F(MofScanTest, ClassVersionFindPairsFirstVersionWithNextClass)

@@ -3,24 +3,15 @@
 
 #include "ArcaTrace.h"
 
-TEST_F(MofScanTest, MissingFileIsRefusedWithEmptyLists)
-{
-    CMofParse mp;
-    EXPECT_FALSE(mp.Parse(m_dir.File("absent.mof").c_str()));
-    EXPECT_TRUE(mp.Content().empty());
-    EXPECT_TRUE(mp.Namespaces().empty());
-    EXPECT_TRUE(mp.Classes().empty());
-    EXPECT_TRUE(mp.Instances().empty());
-    EXPECT_TRUE(mp.Versions().empty());
-}
-
-TEST_F(MofScanTest, Utf16LittleEndianFileIsRefusedAndStaysOpen)
+TEST_F(MofScanTest, MissingAndUtf16FilesAreRefusedWithEmptyListsAndUtf16StaysOpen)
 {
     const std::string strBody = "#pragma namespace(\"root\")\nclass A {\n};\n";
     ASSERT_FALSE(Scan(std::string("\xFF\xFE", 2) + strBody));
-    EXPECT_TRUE(Mp().Content().empty());
-    EXPECT_TRUE(Mp().Classes().empty());
-    EXPECT_TRUE(Mp().Namespaces().empty());
+    CMofParse absent;
+    EXPECT_FALSE(absent.Parse(m_dir.File("absent.mof").c_str()));
+    for (const CMofParse* p : {&Mp(), &absent})
+        EXPECT_TRUE(p->Content().empty() && p->Namespaces().empty() && p->Classes().empty() &&
+                    p->Instances().empty() && p->Versions().empty());
     // The refused file is still open, so it cannot be deleted; a scanned one can.
     EXPECT_FALSE(DeleteFileA(m_dir.File("t1.mof").c_str()));
     EXPECT_EQ(static_cast<DWORD>(ERROR_SHARING_VIOLATION), GetLastError());
@@ -28,50 +19,36 @@ TEST_F(MofScanTest, Utf16LittleEndianFileIsRefusedAndStaysOpen)
     EXPECT_TRUE(DeleteFileA(m_dir.File("t2.mof").c_str()));
 }
 
-TEST_F(MofScanTest, LoneFFIsDroppedOtherSignaturesStay)
+TEST_F(MofScanTest, TextAsScannedLoneFFDroppedAndLineCommentsGoneWithTheirLineFeed)
 {
-    ASSERT_TRUE(Scan(std::string("\xFF") + "A class Foo {\n};"));
-    EXPECT_EQ("A class Foo {\n};", Mp().Content());
+    const struct
+    {
+        std::string strFile, strContent;
+    } cases[] = {
+        {"\xFF"
+         "A class Foo {\n};",
+         "A class Foo {\n};"},
+        {"\xFF", ""},
+        {"\xFF/", ""},
+        {"\xEF\xBB\xBFx", "\xEF\xBB\xBFx"},
+        {std::string("\xFE\xFF\0x", 4), std::string("\xFE\xFF\0x", 4)},
+        {"a // note\nb", "a b"},
+        {"a/b/*c*/d/", "a/b/*c*/d"},
+        {"x//no line end", "x"},
+        {"p///q\r\nr", "pr"},
+        {"instance of A\n{\n  Url = \"http://host/\";\n};\n", "instance of A\n{\n  Url = \"http:};\n"},
+    };
+    for (const auto& c : cases)
+    {
+        ASSERT_TRUE(Scan(c.strFile)) << c.strFile;
+        EXPECT_EQ(c.strContent, Mp().Content()) << c.strFile;
+    }
+    // Positions count in the text as scanned; a comment joins the brace's line to the name.
+    ASSERT_TRUE(Scan("\xFF"
+                     "A class Foo // base\n{\n};"));
     ASSERT_EQ(1u, Mp().Classes().size());
     EXPECT_EQ("Foo", Mp().Classes()[0].Name);
     EXPECT_EQ(2, Mp().Classes()[0].Pos);
-
-    ASSERT_TRUE(Scan("\xFF"));
-    EXPECT_TRUE(Mp().Content().empty());
-    ASSERT_TRUE(Scan("\xFF/"));
-    EXPECT_TRUE(Mp().Content().empty());
-
-    const std::string strUtf8 = "\xEF\xBB\xBFx";
-    ASSERT_TRUE(Scan(strUtf8));
-    EXPECT_EQ(strUtf8, Mp().Content());
-    const std::string strBigEndian("\xFE\xFF\0x", 4);
-    ASSERT_TRUE(Scan(strBigEndian));
-    EXPECT_EQ(strBigEndian, Mp().Content());
-}
-
-TEST_F(MofScanTest, LineCommentsVanishWithTheirLineFeed)
-{
-    ASSERT_TRUE(Scan("a // note\nb"));
-    EXPECT_EQ("a b", Mp().Content());
-    ASSERT_TRUE(Scan("a/b/*c*/d/"));
-    EXPECT_EQ("a/b/*c*/d", Mp().Content());
-    ASSERT_TRUE(Scan("x//no line end"));
-    EXPECT_EQ("x", Mp().Content());
-    ASSERT_TRUE(Scan("p///q\r\nr"));
-    EXPECT_EQ("pr", Mp().Content());
-
-    // Also inside a string: the rest of the line and its line feed go.
-    ASSERT_TRUE(Scan("instance of A\n{\n  Url = \"http://host/\";\n  Next = 2;\n};\n"));
-    EXPECT_EQ("instance of A\n{\n  Url = \"http:  Next = 2;\n};\n", Mp().Content());
-    ASSERT_EQ(1u, Mp().Instances().size());
-    ASSERT_EQ(1u, Mp().Instances()[0].Properties.size());
-    EXPECT_EQ("Url", Mp().Instances()[0].Properties[0].Name);
-    EXPECT_EQ("\"http:  Next = 2", Mp().Instances()[0].Properties[0].Value);
-
-    // A comment between the name and the brace joins the brace's line to the name.
-    ASSERT_TRUE(Scan("class Foo // base\n{\n};"));
-    ASSERT_EQ(1u, Mp().Classes().size());
-    EXPECT_EQ("Foo", Mp().Classes()[0].Name);
 }
 
 TEST_F(MofScanTest, PragmaWithoutLaterNamespaceThrowsInvalidArg)

@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 class MofScanTest : public ::testing::Test
 {
@@ -38,6 +39,27 @@ protected:
         return S_OK;
     }
     CMofParse& Mp() { return *m_pScan; }
+    // The names of a list, joined by "|".
+    static std::string Names(const std::vector<MofEntry>& entries)
+    {
+        std::string str;
+        for (size_t i = 0; i < entries.size(); ++i)
+            str += (i == 0 ? "" : "|") + entries[i].Name;
+        return str;
+    }
+    // The instances as "Class$alias{name=value;...}", joined by " ".
+    std::string Instances() const
+    {
+        std::string str;
+        for (const MofInstance& instance : m_pScan->Instances())
+        {
+            str += (str.empty() ? "" : " ") + instance.ClassName + instance.Alias + "{";
+            for (const MofProperty& prop : instance.Properties)
+                str += prop.Name + "=" + prop.Value + ";";
+            str += "}";
+        }
+        return str;
+    }
     // Position of the n-th (0-based) occurrence of a piece of text in the scanned text.
     int PosOf(const std::string& strPiece, int nNth = 0) const
     {

@@ -10,11 +10,7 @@
 #include <string>
 #include <vector>
 
-// One trace record split into its columns.
-struct TraceRecord
-{
-    std::string strLevel, strClass, strMethod, strCategory, strText, strMessage;
-};
+using testkit::TraceRecord;
 
 class TracedTest : public ::testing::Test
 {
@@ -23,26 +19,11 @@ protected:
     std::string m_strTrace = m_dir.File("platform.trc");
 
     void SetUp() override { gg_ptrc->InitExplicit(m_strTrace.c_str(), 6, TRCFLAG_CLEAR); }
-
-    std::vector<TraceRecord> Records() const
+    // The records of one method (all when empty), optionally of one category only.
+    std::vector<TraceRecord> Records(const std::string& strMethod = "",
+                                     const std::string& strCategory = "") const
     {
-        std::vector<TraceRecord> records;
-        for (const std::string& strLine : testkit::SplitLines(testkit::ReadUtf16Text(m_strTrace)))
-        {
-            const std::vector<std::string> cols = testkit::SplitTabs(strLine);
-            if (cols.size() >= 9)
-                records.push_back({cols[3], cols[4], cols[5], cols[6], cols[7], cols[8]});
-        }
-        return records;
-    }
-    // The records of one method, optionally of one category only.
-    std::vector<TraceRecord> Records(const std::string& strMethod, const std::string& strCategory = "") const
-    {
-        std::vector<TraceRecord> found;
-        for (const TraceRecord& record : Records())
-            if (record.strMethod == strMethod && (strCategory.empty() || record.strCategory == strCategory))
-                found.push_back(record);
-        return found;
+        return testkit::TraceRecords(m_strTrace, strMethod, strCategory);
     }
 };
 

@@ -175,3 +175,37 @@ TEST_F(RegKeyTest, DeletesKeyWithEverythingBelow)
     EXPECT_TRUE(parent.DeleteSubKey("Parent\\Child"));
     EXPECT_TRUE(parent.DeleteSubKey("Parent"));
 }
+
+TEST_F(RegKeyTest, FailedKeyDeletionLeavesItsWin32Error)
+{
+    MakeKey(m_strSub + "\\Busy\\Child");
+    HKEY hSoftware = nullptr;
+    ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE", 0, KEY_READ, &hSoftware));
+    CCRegKey fromHandle(hSoftware, (m_strSub.substr(strlen("SOFTWARE\\")) + "\\Busy").c_str());
+    RegCloseKey(hSoftware);
+    ASSERT_TRUE(fromHandle.Open(KEY_READ)); // the duplicated parent goes with the key when it closes
+    CCRegKey noName(HKEY_LOCAL_MACHINE, nullptr);
+    CCRegKey noRoot(("\\" + m_strSub).c_str(), KEY_READ);
+    CCRegKey withChild((m_strFull + "\\Busy").c_str(), KEY_READ);
+    const struct
+    {
+        CCRegKey* pKey;
+        LONG lError;
+    } cases[] = {{&fromHandle, ERROR_INVALID_HANDLE},
+                 {&noName, ERROR_INVALID_PARAMETER},
+                 {&noRoot, ERROR_INVALID_HANDLE},
+                 {&withChild, ERROR_SUCCESS}}; // a key with a sub-key: the registry's own error
+    for (const auto& c : cases)
+    {
+        EXPECT_FALSE(c.pKey->DeleteKey());
+        if (c.lError != ERROR_SUCCESS)
+        {
+            EXPECT_EQ(c.lError, c.pKey->LastError());
+        }
+        else
+        {
+            EXPECT_NE(ERROR_SUCCESS, c.pKey->LastError());
+        }
+    }
+    EXPECT_TRUE(KeyExists(m_strSub + "\\Busy\\Child"));
+}

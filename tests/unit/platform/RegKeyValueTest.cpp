@@ -3,110 +3,104 @@
 #include "RegKey.h"
 
 #include <cstring>
+#include <functional>
 
-TEST_F(RegKeyTest, TypedReadsOfOtherTypesFailWithInvalidData)
+TEST_F(RegKeyTest, TypedReadsCheckTheTypeAndLeaveWhatTheQueryWrote)
 {
     m_key.SetDword("Dword", 5);
     m_key.SetString("Text", "ab");
+    m_key.SetString("Expand", "%TEMP%", REG_EXPAND_SZ);
     m_key.SetBinary("Bytes", std::string("\x01\x02\x03\x04\x05\x06\x07\x08", 8));
     CCRegKey key(m_strFull.c_str(), KEY_READ);
-
     char szText[64];
-    DWORD cbText = sizeof(szText);
-    EXPECT_FALSE(key.QueryString("Dword", szText, cbText));
-    EXPECT_EQ(ERROR_INVALID_DATA, key.LastError());
-    EXPECT_EQ(4u, cbText); // what the query wrote stays
+    DWORD cb = 0;
     DWORD dwValue = 0;
-    EXPECT_FALSE(key.QueryDword("Text", dwValue));
-    EXPECT_EQ(ERROR_INVALID_DATA, key.LastError());
-    EXPECT_EQ(0, memcmp(&dwValue, "ab", 3));
     ULONGLONG qwValue = 0;
-    EXPECT_FALSE(key.QueryQword("Bytes", qwValue));
-    EXPECT_EQ(ERROR_INVALID_DATA, key.LastError());
-    BYTE abData[16];
-    DWORD cbData = sizeof(abData);
-    EXPECT_FALSE(key.QueryBinary("Dword", abData, cbData));
-    EXPECT_EQ(ERROR_INVALID_DATA, key.LastError());
-    cbText = sizeof(szText);
-    EXPECT_FALSE(key.QueryMultiString("Text", szText, cbText));
-    EXPECT_EQ(ERROR_INVALID_DATA, key.LastError());
-
-    // The right types.
-    EXPECT_TRUE(key.QueryDword("Dword", dwValue));
-    EXPECT_EQ(5u, dwValue);
     bool bValue = false;
-    EXPECT_TRUE(key.QueryBool("Dword", bValue));
-    EXPECT_TRUE(bValue);
-    cbData = sizeof(abData);
-    EXPECT_TRUE(key.QueryBinary("Bytes", abData, cbData));
-    EXPECT_EQ(8u, cbData);
-    cbText = 0;
-    EXPECT_TRUE(key.QueryString("Text", nullptr, cbText)); // size only
-    EXPECT_EQ(3u, cbText);
-    // A missing value reports the registry's own error.
-    EXPECT_FALSE(key.QueryDword("Missing", dwValue));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, key.LastError());
-}
-
-TEST_F(RegKeyTest, ExpandableStringReadsAsStringUnexpanded)
-{
-    m_key.SetString("Expand", "%TEMP%", REG_EXPAND_SZ);
-    CCRegKey key(m_strFull.c_str(), KEY_READ);
-    char szText[16] = {0};
-    DWORD cbText = sizeof(szText);
-    EXPECT_TRUE(key.QueryString("Expand", szText, cbText));
-    EXPECT_STREQ("%TEMP%", szText);
-    EXPECT_EQ(7u, cbText);
-    // Too small a buffer: the registry's own answer.
-    cbText = 3;
-    EXPECT_FALSE(key.QueryString("Expand", szText, cbText));
-    EXPECT_EQ(ERROR_MORE_DATA, key.LastError());
+    const struct
+    {
+        const char* szCase;
+        std::function<bool()> read;
+        LONG lError;
+        std::function<bool()> after; // what the caller's buffers hold afterwards
+    } cases[] = {
+        {"string of a DWORD", [&] { return cb = sizeof(szText), key.QueryString("Dword", szText, cb); },
+         ERROR_INVALID_DATA, [&] { return cb == 4; }},
+        {"DWORD of a string", [&] { return key.QueryDword("Text", dwValue); }, ERROR_INVALID_DATA,
+         [&] { return memcmp(&dwValue, "ab", 3) == 0; }},
+        {"QWORD of binary", [&] { return key.QueryQword("Bytes", qwValue); }, ERROR_INVALID_DATA, nullptr},
+        {"binary of a DWORD", [&] { return cb = sizeof(szText), key.QueryBinary("Dword", szText, cb); },
+         ERROR_INVALID_DATA, nullptr},
+        {"multi-string of a string",
+         [&] { return cb = sizeof(szText), key.QueryMultiString("Text", szText, cb); }, ERROR_INVALID_DATA,
+         nullptr},
+        {"missing value", [&] { return key.QueryDword("Missing", dwValue); }, ERROR_FILE_NOT_FOUND, nullptr},
+        {"string too long for the buffer", [&] { return cb = 3, key.QueryString("Expand", szText, cb); },
+         ERROR_MORE_DATA, nullptr},
+        {"DWORD", [&] { return key.QueryDword("Dword", dwValue); }, ERROR_SUCCESS,
+         [&] { return dwValue == 5; }},
+        {"bool", [&] { return key.QueryBool("Dword", bValue); }, ERROR_SUCCESS, [&] { return bValue; }},
+        {"binary", [&] { return cb = sizeof(szText), key.QueryBinary("Bytes", szText, cb); }, ERROR_SUCCESS,
+         [&] { return cb == 8; }},
+        {"string size only", [&] { return cb = 0, key.QueryString("Text", nullptr, cb); }, ERROR_SUCCESS,
+         [&] { return cb == 3; }},
+        {"expandable string, unexpanded",
+         [&] { return cb = sizeof(szText), key.QueryString("Expand", szText, cb); }, ERROR_SUCCESS,
+         [&] { return strcmp(szText, "%TEMP%") == 0 && cb == 7; }},
+    };
+    for (const auto& c : cases)
+    {
+        EXPECT_EQ(c.lError == ERROR_SUCCESS, c.read()) << c.szCase;
+        EXPECT_EQ(c.lError, key.LastError()) << c.szCase;
+        if (c.after)
+        {
+            EXPECT_TRUE(c.after()) << c.szCase;
+        }
+    }
 }
 
 TEST_F(RegKeyTest, MultiStringRoundTripsAndBufferChecks)
 {
     CCRegKey key(m_strFull.c_str(), KEY_READ | KEY_WRITE);
-    const char aList[] = "first\0second\0\0third"; // the list ends at the empty string
-    ASSERT_TRUE(key.SetMultiString("List", aList)) << key.LastError();
     DWORD dwType = 0;
     std::string strRaw;
-    ASSERT_TRUE(RawQuery(m_strSub, "List", &dwType, &strRaw));
-    EXPECT_EQ(static_cast<DWORD>(REG_MULTI_SZ), dwType);
-    EXPECT_EQ(std::string("first\0second\0\0", 14), strRaw);
-
-    char szBuffer[64];
-    DWORD cbBuffer = sizeof(szBuffer);
-    ASSERT_TRUE(key.QueryMultiString("List", szBuffer, cbBuffer)) << key.LastError();
-    EXPECT_EQ(14u, cbBuffer);
-    EXPECT_EQ(0, memcmp(szBuffer, "first\0second\0\0", 14));
-    cbBuffer = 0;
+    // The list ends at the first empty string; the empty list is one NUL, too short to read back.
+    const struct
+    {
+        const char* szName;
+        std::string strList, strRaw;
+        bool bReads;
+    } cases[] = {
+        {"List", std::string("first\0second\0\0third", 19), std::string("first\0second\0\0", 14), true},
+        {"One", std::string("only\0", 5), std::string("only\0\0", 6), true},
+        {"Empty", "", std::string("\0", 1), false}};
+    for (const auto& c : cases)
+    {
+        ASSERT_TRUE(key.SetMultiString(c.szName, c.strList.c_str())) << key.LastError();
+        ASSERT_TRUE(RawQuery(m_strSub, c.szName, &dwType, &strRaw));
+        EXPECT_EQ(static_cast<DWORD>(REG_MULTI_SZ), dwType);
+        EXPECT_EQ(c.strRaw, strRaw);
+        char szBuffer[64];
+        DWORD cbBuffer = sizeof(szBuffer);
+        EXPECT_EQ(c.bReads, key.QueryMultiString(c.szName, szBuffer, cbBuffer)) << c.szName;
+        EXPECT_EQ(c.bReads ? ERROR_SUCCESS : ERROR_INVALID_DATA, key.LastError());
+        if (c.bReads)
+        {
+            EXPECT_EQ(c.strRaw, std::string(szBuffer, cbBuffer));
+        }
+    }
+    DWORD cbBuffer = 0;
     EXPECT_TRUE(key.QueryMultiString("List", nullptr, cbBuffer));
     EXPECT_EQ(14u, cbBuffer);
-
     // A buffer of one byte is refused before the registry is asked.
-    szBuffer[0] = 'Z';
+    char szBuffer[4] = "Z";
     cbBuffer = 1;
     EXPECT_FALSE(key.QueryMultiString("List", szBuffer, cbBuffer));
     EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER, key.LastError());
     EXPECT_EQ('Z', szBuffer[0]);
-    EXPECT_EQ(1u, cbBuffer);
-
-    // The empty list is written as one NUL, which is too short to read back as a list.
-    ASSERT_TRUE(key.SetMultiString("Empty", ""));
-    ASSERT_TRUE(RawQuery(m_strSub, "Empty", &dwType, &strRaw));
-    EXPECT_EQ(static_cast<DWORD>(REG_MULTI_SZ), dwType);
-    EXPECT_EQ(std::string("\0", 1), strRaw);
-    cbBuffer = sizeof(szBuffer);
-    EXPECT_FALSE(key.QueryMultiString("Empty", szBuffer, cbBuffer));
-    EXPECT_EQ(ERROR_INVALID_DATA, key.LastError());
-
-    // One string only.
-    ASSERT_TRUE(key.SetMultiString("One", "only\0"));
-    ASSERT_TRUE(RawQuery(m_strSub, "One", &dwType, &strRaw));
-    EXPECT_EQ(std::string("only\0\0", 6), strRaw);
 }
 
-TEST_F(RegKeyTest, WritesAndReadsEveryType)
+TEST_F(RegKeyTest, WritesReadsAndDeletesValues)
 {
     CCRegKey key(m_strFull.c_str(), KEY_READ | KEY_WRITE);
     ASSERT_TRUE(key.SetString("S", "text"));
@@ -115,7 +109,6 @@ TEST_F(RegKeyTest, WritesAndReadsEveryType)
     const ULONGLONG qwIn = 0x0123456789ABCDEFull;
     ASSERT_TRUE(key.SetValue("Q", REG_QWORD, &qwIn, sizeof(qwIn)));
     EXPECT_FALSE(key.IsOpen());
-
     DWORD dwType = 0;
     std::string strRaw;
     ASSERT_TRUE(RawQuery(m_strSub, "S", &dwType, &strRaw));
@@ -128,6 +121,7 @@ TEST_F(RegKeyTest, WritesAndReadsEveryType)
     RegValue value;
     ASSERT_TRUE(key.QueryValue("D", value));
     EXPECT_EQ(static_cast<DWORD>(REG_DWORD), value.dwType);
+    EXPECT_EQ(4u, value.dwDataSize);
     EXPECT_EQ(dwIn, value.GetDword());
     EXPECT_EQ(nullptr, value.GetString());
     EXPECT_EQ(nullptr, value.GetQword());
@@ -152,11 +146,11 @@ TEST_F(RegKeyTest, GuidValues)
     GUID read = {};
     ASSERT_TRUE(key.QueryGuid("Id", read));
     EXPECT_TRUE(IsEqualGUID(guid, read));
-
     m_key.SetString("NoBrace", "4590F811-1D3A-11D0-891F-00AA004B2E24");
-    EXPECT_FALSE(key.QueryGuid("NoBrace", read));
-    EXPECT_EQ(ERROR_INVALID_DATA, key.LastError());
     m_key.SetString("Junk", "{not a guid}");
-    EXPECT_FALSE(key.QueryGuid("Junk", read));
-    EXPECT_EQ(ERROR_INVALID_DATA, key.LastError());
+    for (const char* szName : {"NoBrace", "Junk"})
+    {
+        EXPECT_FALSE(key.QueryGuid(szName, read));
+        EXPECT_EQ(ERROR_INVALID_DATA, key.LastError());
+    }
 }

@@ -1,7 +1,36 @@
-// Settings from the registry, from explicit arguments, and the exported trace.
+// Settings from the registry, from the command line, from explicit arguments, and the exported trace.
 #include "TraceTestSupport.h"
 
 #include <cstdio>
+
+namespace
+{
+std::wstring Widen(const std::string& str)
+{
+    return std::wstring(str.begin(), str.end());
+}
+
+// The settings of a trace object in one line, to compare whole.
+std::string Settings(const CCArcaTrace& trace)
+{
+    char sz[96];
+    snprintf(sz, sizeof(sz),
+             "on=%d level=%u clear=%d keep=%d global=%d size=%u time=%u delay=%u file=", trace.IsEnabled(),
+             trace.Level(), trace.IsClear(), trace.IsKeepHistory(), trace.IsGlobalEnabled(),
+             trace.LimitSize(), trace.LimitTime(), trace.DelaySecs());
+    std::string str = sz;
+    for (const wchar_t* p = trace.FilePath(); *p != L'\0'; ++p)
+        str += static_cast<char>(*p);
+    return str;
+}
+
+std::string Id4(DWORD dwId)
+{
+    char sz[16];
+    snprintf(sz, sizeof(sz), "%04lu", dwId);
+    return sz;
+}
+} // namespace
 
 class TraceConfigTest : public TraceTest
 {
@@ -9,74 +38,76 @@ protected:
     testkit::CScratchKey m_key{FullKey()};
 };
 
-TEST_F(TraceConfigTest, TraceWithoutLevelWritesNothing)
+TEST_F(TraceConfigTest, TraceWithoutLevelWritesNothingAndLevelSixWritesAll)
 {
     m_key.SetDword("Trace", 1);
     m_key.SetString("TraceFile", m_strPath);
     m_pTrace->InitFromRegistry(AppKey().c_str(), 0x24);
     EXPECT_TRUE(m_pTrace->IsEnabled());
-    EXPECT_EQ(0u, m_pTrace->Level());
     m_pTrace->Trace(1, "C::M", "Internal", "error", "");
     EXPECT_FALSE(testkit::FileExists(m_strPath));
-}
 
-TEST_F(TraceConfigTest, LevelSixWritesEverything)
-{
-    m_key.SetDword("Trace", 1);
+    CCArcaTrace six;
     m_key.SetDword("TraceLevel", 6);
-    m_key.SetString("TraceFile", m_strPath);
-    m_pTrace->InitFromRegistry(AppKey().c_str(), 0x24);
-    m_pTrace->Trace(6, "C::M", "Enter", "six", "");
-    m_pTrace->Trace(7, "C::M", "Enter", "seven", "");
-    ASSERT_EQ(1u, Lines().size());
+    six.InitFromRegistry(AppKey().c_str(), 0x24);
+    six.Trace(6, "C::M", "Enter", "six", "");
+    six.Trace(7, "C::M", "Enter", "seven", "");
+    EXPECT_EQ(1u, Lines().size());
 }
 
-TEST_F(TraceConfigTest, FileNameExpandsEnvironmentAndFirstPidPlaceholder)
+TEST_F(TraceConfigTest, FileNameExpandsEnvironmentAndFirstPlaceholders)
 {
     m_key.SetDword("Trace", 1);
-    m_key.SetString("TraceFile", "%TEMP%\\t_%PID%_%PID%.trc", REG_SZ);
+    m_key.SetString("TraceFile", "%TEMP%\\t_%PID%_%TID%_%PID%.trc", REG_SZ);
     m_pTrace->InitFromRegistry(AppKey().c_str(), 0x24);
     char szTemp[MAX_PATH];
     GetEnvironmentVariableA("TEMP", szTemp, MAX_PATH);
-    char szExpected[2 * MAX_PATH];
-    snprintf(szExpected, sizeof(szExpected), "%s\\t_%04lu_%%PID%%.trc", szTemp, GetCurrentProcessId());
-    std::wstring wstrExpected;
-    for (const char* p = szExpected; *p; ++p)
+    EXPECT_EQ(Widen(std::string(szTemp) + "\\t_" + Id4(GetCurrentProcessId()) + "_" +
+                    Id4(GetCurrentThreadId()) + "_%PID%.trc"),
+              m_pTrace->FilePath());
+}
+
+TEST_F(TraceConfigTest, TraceFileOfAtMost259CharactersAndOfTypeRegSz)
+{
+    m_key.SetDword("Trace", 1);
+    const std::string strDir = m_dir.Path() + "\\";
+    const std::string str259 = strDir + std::string(259 - strDir.size(), 'n');
+    const struct
     {
-        wstrExpected += static_cast<wchar_t>(static_cast<unsigned char>(*p));
+        std::string strValue;
+        DWORD dwType;
+        std::wstring wstrExpected;
+    } cases[] = {
+        {str259, REG_SZ, Widen(str259)},
+        {str259 + "x", REG_SZ, L"Trace.trc"},
+        {m_strPath, REG_EXPAND_SZ, L"Trace.trc"},
+    };
+    for (const auto& c : cases)
+    {
+        m_key.SetString("TraceFile", c.strValue, c.dwType);
+        CCArcaTrace trace;
+        trace.InitFromRegistry(AppKey().c_str(), 0x24);
+        EXPECT_EQ(c.wstrExpected, trace.FilePath()) << c.strValue.size() << " characters, type " << c.dwType;
     }
-    EXPECT_EQ(wstrExpected, m_pTrace->FilePath());
 }
 
-TEST_F(TraceConfigTest, TraceFileOfWrongTypeKeepsTheDefaultName)
-{
-    m_key.SetDword("Trace", 1);
-    m_key.SetString("TraceFile", m_strPath, REG_EXPAND_SZ);
-    m_pTrace->InitFromRegistry(AppKey().c_str(), 0x24);
-    EXPECT_EQ(std::wstring(L"Trace.trc"), m_pTrace->FilePath());
-}
-
-TEST_F(TraceConfigTest, RegistryValuesOverrideConstructionFlags)
-{
-    m_key.SetDword("Trace", 1);
-    m_key.SetDword("TraceLevel", 3);
-    m_key.SetDword("TraceGlobalEnable", 0);
-    m_key.SetDword("TraceKeepHistory", 0);
-    m_key.SetDword("TraceClear", 0);
-    m_key.SetString("TraceFile", m_strPath);
-    m_pTrace->InitFromRegistry(AppKey().c_str(), TRCFLAG_GLOBAL_ENABLE | TRCFLAG_CLEAR | TRCFLAG_KEEP_HISTORY | 0x20);
-    EXPECT_FALSE(m_pTrace->IsGlobalEnabled());
-    EXPECT_FALSE(m_pTrace->IsKeepHistory());
-    EXPECT_FALSE(m_pTrace->IsClear());
-    m_pTrace->Trace(3, "C::M", "Internal", "t", "m");
-    EXPECT_EQ(9u, testkit::SplitTabs(Lines().at(0)).size());
-}
-
-TEST_F(TraceConfigTest, ClearFlagStaysWhenTheValueIsMissing)
+TEST_F(TraceConfigTest, RegistryValuesOverrideConstructionFlagsAndMissingOnesDoNot)
 {
     m_key.SetDword("Trace", 1);
     m_pTrace->InitFromRegistry(AppKey().c_str(), TRCFLAG_CLEAR | 0x20);
     EXPECT_TRUE(m_pTrace->IsClear());
+
+    for (const char* szName : {"TraceGlobalEnable", "TraceKeepHistory", "TraceClear"})
+        m_key.SetDword(szName, 0);
+    m_key.SetDword("TraceLevel", 3);
+    m_key.SetString("TraceFile", m_strPath);
+    CCArcaTrace trace;
+    trace.InitFromRegistry(AppKey().c_str(),
+                           TRCFLAG_GLOBAL_ENABLE | TRCFLAG_CLEAR | TRCFLAG_KEEP_HISTORY | 0x20);
+    EXPECT_EQ("on=1 level=3 clear=0 keep=0 global=0 size=0 time=0 delay=0 file=" + m_strPath,
+              Settings(trace));
+    trace.Trace(3, "C::M", "Internal", "t", "m");
+    EXPECT_EQ(9u, testkit::SplitTabs(Lines().at(0)).size());
 }
 
 TEST_F(TraceConfigTest, GlobalEnableAddsTheModuleColumn)
@@ -89,21 +120,21 @@ TEST_F(TraceConfigTest, GlobalEnableAddsTheModuleColumn)
     m_key.SetDword("TraceDelaySecs", 2);
     m_key.SetString("TraceFile", m_strPath);
     m_pTrace->InitFromRegistry(AppKey().c_str(), 0x24);
-    EXPECT_EQ(5000u, m_pTrace->LimitSize());
-    EXPECT_EQ(7u, m_pTrace->LimitTime());
-    EXPECT_EQ(2u, m_pTrace->DelaySecs());
+    EXPECT_EQ("on=1 level=3 clear=0 keep=0 global=1 size=5000 time=7 delay=2 file=" + m_strPath,
+              Settings(*m_pTrace));
     m_pTrace->Trace(3, "C::M", "Internal", "t", "m");
     const auto cols = testkit::SplitTabs(Lines().at(0));
     ASSERT_EQ(10u, cols.size());
     char szModule[MAX_PATH];
     GetModuleFileNameA(nullptr, szModule, MAX_PATH);
-    const char* pName = strrchr(szModule, '\\');
-    EXPECT_EQ(pName != nullptr ? pName + 1 : szModule, cols[4]);
+    EXPECT_EQ(strrchr(szModule, '\\') + 1, cols[4]);
     EXPECT_EQ("C", cols[5]);
 }
 
-TEST_F(TraceConfigTest, DateKeyIsRequiredWithoutFlag0x20)
+TEST_F(TraceConfigTest, DateKeyIsRequiredWithoutFlag0x20AndAMissingKeyLeavesTracingOff)
 {
+    m_pTrace->InitFromRegistry("TarvosUnit\\NoSuchKey", 0x24);
+    EXPECT_FALSE(m_pTrace->IsEnabled());
     m_key.SetDword("Trace", 1);
     m_pTrace->InitFromRegistry(AppKey().c_str(), 0);
     EXPECT_FALSE(m_pTrace->IsEnabled());
@@ -114,9 +145,7 @@ TEST_F(TraceConfigTest, DateKeyIsRequiredWithoutFlag0x20)
     snprintf(szDate, sizeof(szDate), "%02u%02u%04u", st.wDay, st.wMonth, st.wYear);
     DWORD dwSum = 0;
     for (const char* p = szDate; *p; ++p)
-    {
         dwSum += static_cast<DWORD>(*p - '0');
-    }
     m_key.SetDword("Key", dwSum + 1);
     m_pTrace->InitFromRegistry(AppKey().c_str(), 0);
     EXPECT_FALSE(m_pTrace->IsEnabled());
@@ -125,24 +154,17 @@ TEST_F(TraceConfigTest, DateKeyIsRequiredWithoutFlag0x20)
     EXPECT_TRUE(m_pTrace->IsEnabled());
 }
 
-TEST_F(TraceConfigTest, MissingKeyLeavesTracingOff)
-{
-    CCArcaTrace trace;
-    trace.InitFromRegistry("TarvosUnit\\NoSuchKey", 0x24);
-    EXPECT_FALSE(trace.IsEnabled());
-}
-
 TEST_F(TraceConfigTest, FirstInitializerThatSwitchesOnWins)
 {
     m_pTrace->InitExplicit(m_strPath.c_str(), 4, TRCFLAG_INFO | TRCFLAG_KEEP_HISTORY);
     EXPECT_TRUE(m_pTrace->IsInfo());
-    EXPECT_TRUE(m_pTrace->IsKeepHistory());
     m_key.SetDword("Trace", 1);
     m_key.SetDword("TraceLevel", 6);
     m_pTrace->InitFromRegistry(AppKey().c_str(), 0x24);
     m_pTrace->InitExplicit("other.trc", 1, 0);
-    EXPECT_EQ(4u, m_pTrace->Level());
-    EXPECT_EQ(std::wstring(m_strPath.begin(), m_strPath.end()), m_pTrace->FilePath());
+    m_pTrace->InitFromCommandLine();
+    EXPECT_EQ("on=1 level=4 clear=0 keep=1 global=0 size=0 time=0 delay=0 file=" + m_strPath,
+              Settings(*m_pTrace));
 }
 
 TEST_F(TraceConfigTest, SecondTraceInheritsTheExportedGlobalTrace)
@@ -155,9 +177,8 @@ TEST_F(TraceConfigTest, SecondTraceInheritsTheExportedGlobalTrace)
     m_key.SetString("TraceFile", m_dir.File("other.trc"));
     CCArcaTrace second;
     second.InitFromRegistry(AppKey().c_str(), 0x24);
-    EXPECT_TRUE(second.IsEnabled());
-    EXPECT_TRUE(second.IsGlobalEnabled());
-    EXPECT_EQ(4u, second.Level());
+    EXPECT_EQ("on=1 level=4 clear=0 keep=0 global=1 size=0 time=0 delay=0 file=" + m_strPath,
+              Settings(second));
     m_pTrace->Trace(3, "A::M", "Internal", "first", "");
     second.Trace(3, "B::M", "Internal", "second", "");
     second.Trace(5, "B::M", "Internal", "too detailed", "");
@@ -165,4 +186,56 @@ TEST_F(TraceConfigTest, SecondTraceInheritsTheExportedGlobalTrace)
     const auto lines = Lines();
     ASSERT_EQ(2u, lines.size());
     EXPECT_EQ("B", testkit::SplitTabs(lines[1])[5]);
+}
+
+// Run by CommandLineOptions in a process of its own, with the options on its command line:
+// prints the settings the command-line initializer made, with this process's ids.
+TEST(TraceCommandLine, DISABLED_PrintSettings)
+{
+    CCArcaTrace trace;
+    trace.InitFromCommandLine();
+    printf("%s|%s|%s\n", Settings(trace).c_str(), Id4(GetCurrentProcessId()).c_str(),
+           Id4(GetCurrentThreadId()).c_str());
+}
+
+TEST(TraceCommandLine, CommandLineOptions)
+{
+    char szExe[MAX_PATH];
+    GetModuleFileNameA(nullptr, szExe, MAX_PATH);
+    const struct
+    {
+        const char* szArgs;
+        const char* szExpected; // "<pid>" and "<tid>": the ids of the process that ran it
+    } cases[] = {
+        {"/trace", "on=1 level=3 clear=0 keep=0 global=0 size=0 time=0 delay=0 file=Trace.trc"},
+        {"/TraceX t_%PID%_%TID%_%PID%.trc /TrcLevel /TrcClear",
+         "on=1 level=3 clear=1 keep=0 global=0 size=0 time=0 delay=0 file=t_<pid>_<tid>_%PID%.trc"},
+        {"/TRACE /trclevel 5x /TrcLimitSize 12 /TrcLimitTime /TrcDelaySecs 4 /TrcKeepHistoryPlus "
+         "/TrcGlobalEnable",
+         "on=1 level=5 clear=0 keep=1 global=1 size=12 time=0 delay=4 file=Trace.trc"},
+        {"/TrcLevel 5 trace /Trc",
+         "on=0 level=0 clear=0 keep=0 global=0 size=0 time=0 delay=0 file=Trace.trc"},
+    };
+    for (const auto& c : cases)
+    {
+        const testkit::TarvosRun run = testkit::RunProgram(
+            std::string("\"") + szExe +
+                "\" --gtest_also_run_disabled_tests --gtest_filter=TraceCommandLine.DISABLED_PrintSettings " +
+                c.szArgs,
+            "", 30000);
+        const size_t nStart = run.strStdout.find("on=");
+        ASSERT_NE(std::string::npos, nStart) << run.strStdout;
+        std::string strLine =
+            run.strStdout.substr(nStart, run.strStdout.find_first_of("\r\n", nStart) - nStart);
+        std::string strExpected = c.szExpected;
+        for (const char* szId : {"<tid>", "<pid>"})
+        {
+            const size_t nBar = strLine.rfind('|');
+            const size_t nAt = strExpected.find(szId);
+            if (nAt != std::string::npos)
+                strExpected.replace(nAt, 5, strLine.substr(nBar + 1));
+            strLine.erase(nBar);
+        }
+        EXPECT_EQ(strExpected, strLine) << c.szArgs;
+    }
 }

@@ -9,7 +9,8 @@ namespace
 std::string SwitchWarningLine()
 {
     char* szText = nullptr;
-    FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+    FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM |
+                       FORMAT_MESSAGE_IGNORE_INSERTS,
                    nullptr, 1, 0, reinterpret_cast<LPSTR>(&szText), 0, nullptr);
     std::string strMessage = szText != nullptr ? szText : "<unknown>";
     LocalFree(szText);
@@ -119,36 +120,59 @@ TEST_F(TraceLimitTest, HistoryNumbersAreKeptOrOverwritten)
     WriteUntilSwitched(m_dir.File("t_002.trc"));
     EXPECT_EQ("zero", AsString(testkit::ReadBytes(m_dir.File("t_000.trc"))));
     EXPECT_EQ("one", AsString(testkit::ReadBytes(m_dir.File("t_001.trc"))));
-}
 
-TEST_F(TraceLimitTest, WithoutKeepHistoryTheFirstHistoryNameIsOverwritten)
-{
-    ASSERT_TRUE(testkit::WriteBytes(m_dir.File("t_000.trc"), "zero"));
-    Configure(m_strPath, 1000, 0, 0);
+    // Without TraceKeepHistory the first number is taken again and again.
+    CCArcaTrace overwrite;
+    m_pKey->SetDword("TraceKeepHistory", 0);
+    overwrite.InitFromRegistry(AppKey().c_str(), 0x24);
     for (int i = 0; i < 40; ++i)
-    {
-        m_pTrace->Trace(3, "C::M", "Internal", "t", "%s", std::string(60, 'q').c_str());
-    }
+        overwrite.Trace(3, "C::M", "Internal", "t", "%s", std::string(60, 'q').c_str());
     const auto history = testkit::ReadBytes(m_dir.File("t_000.trc"));
     ASSERT_GT(history.size(), 1000u);
     EXPECT_EQ(0xFF, history[0]);
-    EXPECT_FALSE(testkit::FileExists(m_dir.File("t_001.trc")));
+    EXPECT_FALSE(testkit::FileExists(m_dir.File("t_003.trc")));
 }
 
-TEST_F(TraceLimitTest, TraceTxtSuffixAndPathWithoutDot)
+TEST_F(TraceLimitTest, TraceTxtSuffixInAnyCaseAndPathWithoutDot)
 {
-    const std::string strTxt = m_dir.File("x.Trace.TXT");
-    Configure(strTxt, 1000, 0, 0);
-    WriteUntilSwitched(m_dir.File("x_000.Trace.TXT"));
+    // The suffix is matched without regard to case; the history name carries it as ".trace.txt".
+    Configure(m_dir.File("x.Trace.TXT"), 1000, 0, 0);
+    WriteUntilSwitched(m_dir.File("x_000.trace.txt"));
+    WIN32_FIND_DATAA data;
+    HANDLE hFind = FindFirstFileA(m_dir.File("x_000.*").c_str(), &data);
+    ASSERT_NE(INVALID_HANDLE_VALUE, hFind);
+    FindClose(hFind);
+    EXPECT_STREQ("x_000.trace.txt", data.cFileName);
 
     CCArcaTrace noDot;
     m_pKey->SetString("TraceFile", m_dir.File("log"));
     noDot.InitFromRegistry(AppKey().c_str(), 0x24);
     for (int i = 0; i < 100 && !testkit::FileExists(m_dir.File("log_000")); ++i)
-    {
         noDot.Trace(3, "C::M", "Internal", "t", "%s", std::string(60, 'n').c_str());
-    }
     EXPECT_TRUE(testkit::FileExists(m_dir.File("log_000")));
+}
+
+TEST_F(TraceLimitTest, FailedRenameWritesTheErrorLineIntoTheOldFile)
+{
+    Configure(m_strPath, 1000, 0, 0);
+    m_pTrace->Trace(3, "C::M", "Internal", "t", "%s", std::string(1000, 'a').c_str());
+    // Open without delete sharing: the file cannot be renamed while this handle lives.
+    HANDLE hHold = CreateFileA(m_strPath.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                               OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(INVALID_HANDLE_VALUE, hHold);
+    m_pTrace->Trace(3, "C::M", "Internal", "t", "%s", std::string(300, 'b').c_str());
+    CloseHandle(hHold);
+    EXPECT_FALSE(testkit::FileExists(m_dir.File("t_000.trc")));
+    const std::string strError =
+        "31.12.2030 23:59:59.999\t9999\t9999\terror\tCCArcaTrace\tFileSwitch\tException\t"
+        "MoveFileExW could not create file '" +
+        m_dir.File("t_000.trc") + "'\n";
+    // The pending record, then twice the error line as long as that record (its rest behind a NUL).
+    const std::string strText = Text();
+    const size_t nFirst = strText.find(strError.substr(0, strError.size() - 1));
+    ASSERT_NE(std::string::npos, nFirst) << strText;
+    EXPECT_NE(std::string::npos, strText.find(strError.substr(0, strError.size() - 1), nFirst + 1));
+    EXPECT_LT(strText.find(std::string(300, 'b')), nFirst);
 }
 
 TEST_F(TraceLimitTest, AllHistoryNumbersTakenGivesTheAaaTraceTxtName)
@@ -178,13 +202,14 @@ TEST_F(TraceLimitTest, TimeLimitSwitchesAKeptFileAtTheFirstRecord)
     ASSERT_EQ(3u, lines.size());
     EXPECT_EQ(SwitchWarningLine(), lines[0] + "\n");
     EXPECT_EQ("second", testkit::SplitTabs(lines[2])[7]);
-}
 
-TEST_F(TraceLimitTest, TimeLimitDoesNotSwitchAFreshFile)
-{
-    Configure(m_strPath, 0, 5, 0, 1);
-    m_pTrace->Trace(3, "C::M", "Internal", "first", "");
-    m_pTrace->Trace(3, "C::M", "Internal", "second", "");
-    EXPECT_FALSE(testkit::FileExists(m_dir.File("t_000.trc")));
-    EXPECT_EQ(2u, Lines().size());
+    // A fresh file gets its next switch time at creation: no switch at the first records.
+    CCArcaTrace fresh;
+    m_pKey->SetDword("TraceClear", 1);
+    m_pKey->SetString("TraceFile", m_dir.File("f.trc"));
+    fresh.InitFromRegistry(AppKey().c_str(), 0x24);
+    fresh.Trace(3, "C::M", "Internal", "first", "");
+    fresh.Trace(3, "C::M", "Internal", "second", "");
+    EXPECT_FALSE(testkit::FileExists(m_dir.File("f_000.trc")));
+    EXPECT_EQ(2u, testkit::SplitLines(testkit::ReadUtf16Text(m_dir.File("f.trc"))).size());
 }

@@ -111,14 +111,3 @@ TEST_F(ReadOnlyAccessTest, AssignmentKeepsMembersTheOtherDoesNotHold)
     EXPECT_EQ(strFirst, CurrentKey(oTarget, kReadKey));
     EXPECT_TRUE(SUCCEEDED(oTarget.GetNextWMIInstanceInEnumerator()));
 }
-
-TEST_F(ReadOnlyAccessTest, CallContextGoesWithTheCalls)
-{
-    CCWMIAccess oAccess("TarvosFeature", "1.02", "UnitTest");
-    const auto set = Records("SetContext", "Leave");
-    ASSERT_EQ(1u, set.size());
-    EXPECT_EQ("hRet 0x0", set[0].strMessage);
-    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace(kReadNamespace));
-    EXPECT_EQ(S_OK, oAccess.GetObject(kReadClass));
-    EXPECT_TRUE(SUCCEEDED(oAccess.GetClassInstances(kReadClass)));
-}

@@ -1,7 +1,74 @@
-// Failure paths of CCWMIAccess through the emulator's fault switches.
+// Failure paths of CCWMIAccess through the emulator's fault switches, and what reaches the
+// emulator with each call (the call context).
 #include "WmiAccessTestSupport.h"
 
 #include <cstring>
+#include <functional>
+
+TEST_F(EmuAccessTest, FailingCallsPassTheirCodeWithOneRecord)
+{
+    const struct
+    {
+        const char* szFault;
+        std::function<HRESULT(CCWMIAccess&)> call;
+        const char* szMethod;
+        const char* szCategory;
+        const char* szText;
+    } cases[] = {
+        {"ExecQuery 0x80041017", [](CCWMIAccess& o) { return o.ExecuteQuery("SELECT * FROM Win32_Service"); },
+         "ExecuteQuery", "Internal", "Error calling ExecQuery (native)"},
+        {"CreateInstanceEnum 0x80041017", [](CCWMIAccess& o) { return o.GetClassInstances("Win32_Service"); },
+         "GetClassInstances", "Internal", "Error calling CreateInstanceEnum (native)"},
+        {"Next 0x80041017", [](CCWMIAccess& o) { return o.GetClassInstances("Win32_Service"); },
+         "GetNextWMIInstanceInEnumerator", "Internal", "Error calling Next (native)"},
+        {"GetObject 0x80041017 class=Win32_Service",
+         [](CCWMIAccess& o) { return o.NewInstance("Win32_Service"); }, "NewInstance", "Internal",
+         "Error calling SpawnInstance (native)"},
+        {"PutInstance 0x80041017",
+         [](CCWMIAccess& o) {
+             CTestVariant v;
+             o.GetObject("Win32_Service.Name=\"Alpha\"");
+             return o.PutWMIInstanceProperty("State", Text(&v, L"Stopped"));
+         },
+         "PutInstance", "Internal", "Error calling PutInstance (native)"},
+        // PutClass would answer 0x80041003: the qualifier's own code shows it was not called.
+        {"QualifierPut 0x80041017\r\nPutClass 0x80041003",
+         [](CCWMIAccess& o) {
+             CTestVariant v;
+             return o.PutClassQualifier("Win32_Service", "version", Text(&v, L"9.9"), 0);
+         },
+         "PutClassQualifier", "Internal", "Error putting the upated class definition. "},
+        {"GetQualifierSet 0x80041017",
+         [](CCWMIAccess& o) {
+             CTestVariant v;
+             return o.PutClassQualifier("Win32_Service", "version", Text(&v, L"9.9"), 0);
+         },
+         "PutClassQualifier", "Internal", "Error putting the qualifier."},
+    };
+    const std::string strBefore = Repository();
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.szFault);
+        DeleteFileA(m_dir.File("faults.txt").c_str());
+        Fault(c.szFault);
+        const size_t nBefore = Records(c.szMethod, c.szCategory, c.szText).size();
+        CCWMIAccess oAccess;
+        ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
+        EXPECT_EQ(static_cast<HRESULT>(0x80041017), c.call(oAccess));
+        const auto failures = Records(c.szMethod, c.szCategory, c.szText);
+        ASSERT_EQ(nBefore + 1, failures.size());
+        EXPECT_TRUE(failures.back().strMessage == "hr 0x80041017" ||
+                    failures.back().strMessage == "hr: 0x80041017")
+            << failures.back().strMessage;
+        // Nothing was written, and there is no current object or instance after a failed fetch.
+        EXPECT_EQ(strBefore, Repository());
+        if (strstr(c.szFault, "Put") == nullptr && strstr(c.szFault, "Qualifier") == nullptr)
+        {
+            IWbemClassObject* pInstance = nullptr;
+            EXPECT_EQ(static_cast<HRESULT>(0x80041009), oAccess.ReturnInstanceObject(&pInstance));
+        }
+    }
+}
 
 TEST_F(EmuAccessTest, AccessDeniedConnectLeavesTheObjectUnconnected)
 {
@@ -16,33 +83,6 @@ TEST_F(EmuAccessTest, AccessDeniedConnectLeavesTheObjectUnconnected)
     EXPECT_TRUE(Records("SetProxyBlanket", "Enter").empty());
 }
 
-TEST_F(EmuAccessTest, FailingQueryAndEnumerationPassTheirCode)
-{
-    Fault("ExecQuery 0x80041017");
-    Fault("CreateInstanceEnum 0x80041003");
-    CCWMIAccess oAccess;
-    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
-    EXPECT_EQ(static_cast<HRESULT>(0x80041017), oAccess.ExecuteQuery("SELECT * FROM Win32_Service"));
-    EXPECT_EQ(1u, Records("ExecuteQuery", "Internal", "Error calling ExecQuery (native)").size());
-    EXPECT_EQ(static_cast<HRESULT>(0x80041003), oAccess.GetClassInstances("Win32_Service"));
-    EXPECT_EQ(1u,
-              Records("GetClassInstances", "Internal", "Error calling CreateInstanceEnum (native)").size());
-}
-
-TEST_F(EmuAccessTest, FailingStepLeavesNoCurrentInstance)
-{
-    Fault("Next 0x80041003");
-    CCWMIAccess oAccess;
-    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
-    EXPECT_EQ(static_cast<HRESULT>(0x80041003), oAccess.GetClassInstances("Win32_Service"));
-    const auto failures =
-        Records("GetNextWMIInstanceInEnumerator", "Internal", "Error calling Next (native)");
-    ASSERT_EQ(1u, failures.size());
-    EXPECT_EQ("hr 0x80041003", failures[0].strMessage);
-    IWbemClassObject* pInstance = nullptr;
-    EXPECT_EQ(static_cast<HRESULT>(0x80041009), oAccess.ReturnInstanceObject(&pInstance));
-}
-
 TEST_F(EmuAccessTest, StepThatTimesOutEndsTheEnumeration)
 {
     CCWMIAccess oAccess;
@@ -53,55 +93,6 @@ TEST_F(EmuAccessTest, StepThatTimesOutEndsTheEnumeration)
     EXPECT_EQ(static_cast<HRESULT>(0x80041009), oAccess.GetNextWMIInstanceInEnumerator());
     IWbemClassObject* pInstance = nullptr;
     EXPECT_EQ(static_cast<HRESULT>(0x80041009), oAccess.ReturnInstanceObject(&pInstance));
-}
-
-TEST_F(EmuAccessTest, FailingPutInstanceIsReported)
-{
-    Fault("PutInstance 0x80041003");
-    CCWMIAccess oAccess;
-    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
-    ASSERT_EQ(S_OK, oAccess.GetObject("Win32_Service.Name=\"Alpha\""));
-    CTestVariant v;
-    v.v.vt = VT_BSTR;
-    v.v.bstrVal = SysAllocString(L"Stopped");
-    EXPECT_EQ(static_cast<HRESULT>(0x80041003), oAccess.PutWMIInstanceProperty("State", &v));
-    const auto failures = Records("PutInstance", "Internal", "Error calling PutInstance (native)");
-    ASSERT_EQ(1u, failures.size());
-    EXPECT_EQ("hr 0x80041003", failures[0].strMessage);
-    EXPECT_EQ(std::string::npos, Repository().find("\"Stopped\"\r\n  value Name = \"Alpha\""));
-}
-
-TEST_F(EmuAccessTest, FailingQualifierPutSkipsPutClassAndIsRecordedLate)
-{
-    Fault("QualifierPut 0x8004100A");
-    Fault("PutClass 0x80041003");
-    CCWMIAccess oAccess;
-    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
-    const std::string strBefore = Repository();
-    CTestVariant v;
-    v.v.vt = VT_BSTR;
-    v.v.bstrVal = SysAllocString(L"9.9");
-    // PutClass would answer 0x80041003: the qualifier's own code shows it was not called.
-    EXPECT_EQ(static_cast<HRESULT>(0x8004100A), oAccess.PutClassQualifier("Win32_Service", "version", &v, 0));
-    const auto failures = Records("PutClassQualifier", "Internal");
-    ASSERT_EQ(1u, failures.size());
-    EXPECT_EQ("Error putting the upated class definition. ", failures[0].strText);
-    EXPECT_EQ("hr: 0x8004100a", failures[0].strMessage);
-    EXPECT_EQ(strBefore, Repository());
-}
-
-TEST_F(EmuAccessTest, FailingQualifierSetOfClassIsRecordedAsPutFailure)
-{
-    Fault("GetQualifierSet 0x80041003");
-    CCWMIAccess oAccess;
-    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
-    CTestVariant v;
-    v.v.vt = VT_BSTR;
-    v.v.bstrVal = SysAllocString(L"9.9");
-    EXPECT_EQ(static_cast<HRESULT>(0x80041003), oAccess.PutClassQualifier("Win32_Service", "version", &v, 0));
-    const auto failures = Records("PutClassQualifier", "Internal");
-    ASSERT_EQ(1u, failures.size());
-    EXPECT_EQ("Error putting the qualifier.", failures[0].strText);
 }
 
 TEST_F(EmuAccessTest, FailingValueMapReadEmptiesTheEnumeratedValue)
@@ -128,14 +119,37 @@ TEST_F(EmuAccessTest, FailingValueMapReadEmptiesTheEnumeratedValue)
     EXPECT_EQ("hr 0x80041003", failures[0].strMessage);
 }
 
-TEST_F(EmuAccessTest, FailingClassFetchLeavesNoCurrentObject)
+TEST_F(EmuAccessTest, CallContextGoesWithEveryCallOfTheObjectThatHasOne)
 {
-    Fault("GetObject 0x80041003 class=Win32_Service");
-    CCWMIAccess oAccess;
-    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
-    EXPECT_EQ(static_cast<HRESULT>(0x80041003), oAccess.GetObject("Win32_Service"));
-    IWbemClassObject* pInstance = nullptr;
-    EXPECT_EQ(static_cast<HRESULT>(0x80041009), oAccess.ReturnInstanceObject(&pInstance));
-    EXPECT_EQ(static_cast<HRESULT>(0x80041003), oAccess.NewInstance("Win32_Service"));
-    EXPECT_EQ(1u, Records("NewInstance", "Internal", "Error calling SpawnInstance (native)").size());
+    const std::string strLog = m_dir.File("context.log");
+    SetEnvironmentVariableA("WMIEMU_CONTEXT_LOG", strLog.c_str());
+    {
+        CCWMIAccess oAccess("TarvosFeature", "1.02", "UnitTest");
+        ASSERT_EQ(S_OK, oAccess.ConnectToNamespace(kReadNamespace));
+        EXPECT_EQ(S_OK, oAccess.GetObject(kReadClass));
+        EXPECT_EQ(S_OK, oAccess.GetClassInstances(kReadClass));
+        EXPECT_EQ(S_OK, oAccess.ExecuteQuery("SELECT * FROM Win32_Service"));
+        CCWMIAccess oWithout;
+        ASSERT_EQ(S_OK, oWithout.ConnectToNamespace(kReadNamespace));
+    }
+    SetEnvironmentVariableA("WMIEMU_CONTEXT_LOG", nullptr);
+    const std::string strValues = "\tFeatureName=TarvosFeature\tFeatureVersion=1.02\tContextName=UnitTest";
+    const std::vector<unsigned char> log = testkit::ReadBytes(strLog);
+    EXPECT_EQ("ConnectServer" + strValues + "\nGetObject" + strValues + "\nCreateInstanceEnum" + strValues +
+                  "\nExecQuery" + strValues + "\nConnectServer\t<no context>\n",
+              std::string(log.begin(), log.end()));
+
+    // The constructor writes its own Enter and Leave around the context records, nothing else.
+    std::vector<std::string> seen;
+    for (const TraceRecord& record : testkit::TraceRecords(m_strTrace))
+        if (record.strClass == "CCWMIAccess" &&
+            (record.strMethod == "CCWMIAccess" || record.strMethod == "SetContext"))
+            seen.push_back(record.strMethod + "|" + record.strCategory + "|" + record.strMessage);
+    ASSERT_GE(seen.size(), 4u);
+    EXPECT_EQ(
+        (std::vector<std::string>{
+            "CCWMIAccess|Enter|szFeatureName: TarvosFeature, szFeatureVersion: 1.02, szContextName: UnitTest",
+            "SetContext|Enter|szFeatureName: TarvosFeature, szFeatureVersion: 1.02, szContextName: UnitTest",
+            "SetContext|Leave|hRet 0x0", "CCWMIAccess|Leave|"}),
+        std::vector<std::string>(seen.begin(), seen.begin() + 4));
 }

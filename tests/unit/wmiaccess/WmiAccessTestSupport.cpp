@@ -32,30 +32,6 @@ void WmiAccessTest::TearDown()
         CoUninitialize();
 }
 
-std::vector<TraceRecord> WmiAccessTest::Records() const
-{
-    std::vector<TraceRecord> records;
-    for (const std::string& strLine : testkit::SplitRecords(testkit::ReadUtf16Text(m_strTrace)))
-    {
-        const std::vector<std::string> cols = testkit::SplitTabs(strLine);
-        if (cols.size() >= 9)
-            records.push_back({cols[3], cols[4], cols[5], cols[6], cols[7], cols[8]});
-    }
-    return records;
-}
-
-std::vector<TraceRecord> WmiAccessTest::Records(const std::string& strMethod, const std::string& strCategory,
-                                                const std::string& strText) const
-{
-    std::vector<TraceRecord> found;
-    for (const TraceRecord& record : Records())
-        if (record.strClass == "CCWMIAccess" && record.strMethod == strMethod &&
-            (strCategory.empty() || record.strCategory == strCategory) &&
-            (strText.empty() || record.strText == strText))
-            found.push_back(record);
-    return found;
-}
-
 std::string WmiAccessTest::CurrentKey(CCWMIAccess& oAccess, const char* szKey)
 {
     CTestVariant v;

@@ -19,11 +19,7 @@
 #include <string>
 #include <vector>
 
-// One trace record split into its columns.
-struct TraceRecord
-{
-    std::string strLevel, strClass, strMethod, strCategory, strText, strMessage;
-};
+using testkit::TraceRecord;
 
 // A VARIANT cleared on scope exit.
 struct CTestVariant
@@ -39,16 +35,27 @@ struct CTestVariant
     std::string Str() const;
 };
 
+// Makes pv the string wsz and returns it.
+inline VARIANT* Text(VARIANT* pv, const wchar_t* wsz)
+{
+    VariantClear(pv);
+    pv->vt = VT_BSTR;
+    pv->bstrVal = SysAllocString(wsz);
+    return pv;
+}
+
 class WmiAccessTest : public ::testing::Test
 {
 protected:
     void SetUp() override;
     void TearDown() override;
 
-    std::vector<TraceRecord> Records() const;
-    // Records of one method ("ConnectToNamespace"), optionally of one category and text.
+    // Records of one method of CCWMIAccess ("ConnectToNamespace"), optionally of one category and text.
     std::vector<TraceRecord> Records(const std::string& strMethod, const std::string& strCategory,
-                                     const std::string& strText = "") const;
+                                     const std::string& strText = "") const
+    {
+        return testkit::TraceRecords(m_strTrace, "CCWMIAccess::" + strMethod, strCategory, strText);
+    }
     // The first results of an enumeration, read with the key property.
     std::string CurrentKey(CCWMIAccess& oAccess, const char* szKey);
 

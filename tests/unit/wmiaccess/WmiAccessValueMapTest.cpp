@@ -47,29 +47,30 @@ protected:
 };
 } // namespace
 
-TEST_F(ValueMapTest, ValueFoundBeforeTheUpperBoundGivesItsEntry)
+TEST_F(ValueMapTest, ValuesMapUpToTheUpperBoundAndTheOffsetMovesTheIndex)
 {
-    EXPECT_EQ("One", Mapped("a", "State", 0));
-    EXPECT_EQ("Two", Mapped("d", "State", 0));
-    EXPECT_EQ("Five", Mapped("a", "Short", 0));
-}
-
-TEST_F(ValueMapTest, UpperBoundElementIsNeverCompared)
-{
-    // 3 is only in the last element, 9 in none: both map to the entry at the upper bound.
-    EXPECT_EQ("Three", Mapped("b", "State", 0));
-    EXPECT_EQ("Three", Mapped("c", "State", 0));
-    // The upper bound of the map, not of the texts: 7 and 6 both give the second text.
-    EXPECT_EQ("Seven", Mapped("b", "Short", 0));
-    EXPECT_EQ("Seven", Mapped("c", "Short", 0));
-}
-
-TEST_F(ValueMapTest, OffsetMovesTheIndexUpToTheLastText)
-{
-    EXPECT_EQ("Two", Mapped("a", "State", 1));
-    EXPECT_EQ("Three", Mapped("d", "State", 1));
-    EXPECT_EQ("Extra", Mapped("b", "Short", 1));
-    EXPECT_EQ("0x8004102B", Mapped("b", "State", 1));
+    const struct
+    {
+        const char *szId, *szProperty;
+        long lOffset;
+        const char* szExpected;
+    } cases[] = {
+        {"a", "State", 0, "One"},
+        {"d", "State", 0, "Two"},
+        {"a", "Short", 0, "Five"},
+        // The element at the upper bound is never compared: 3 (only there) and 9 (nowhere) map to it.
+        {"b", "State", 0, "Three"},
+        {"c", "State", 0, "Three"},
+        // The upper bound of the map, not of the texts: 7 and 6 both give the second text.
+        {"b", "Short", 0, "Seven"},
+        {"c", "Short", 0, "Seven"},
+        {"a", "State", 1, "Two"},
+        {"d", "State", 1, "Three"},
+        {"b", "Short", 1, "Extra"},
+        {"b", "State", 1, "0x8004102B"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(c.szExpected, Mapped(c.szId, c.szProperty, c.lOffset)) << c.szId << " " << c.szProperty;
     const auto thrown = Records("GetMappedProperty", "Exception");
     ASSERT_EQ(1u, thrown.size());
     EXPECT_EQ("Throwing exception because index out of range", thrown[0].strText);

@@ -1,18 +1,6 @@
 // Writes of CCWMIAccess into the emulator's repository: instances, properties, qualifiers.
 #include "WmiAccessTestSupport.h"
 
-namespace
-{
-// Makes pv the string wsz and returns it.
-VARIANT* Text(VARIANT* pv, const wchar_t* wsz)
-{
-    VariantClear(pv);
-    pv->vt = VT_BSTR;
-    pv->bstrVal = SysAllocString(wsz);
-    return pv;
-}
-} // namespace
-
 TEST_F(EmuAccessTest, NewInstanceIsWrittenOnlyByPutInstance)
 {
     CCWMIAccess oAccess;
