@@ -12,9 +12,7 @@ bool Parse(WbemUtil& util, std::initializer_list<const char*> args)
     std::vector<char*> argv;
     argv.push_back(const_cast<char*>("C:\\bin\\Tarvos.exe"));
     for (const char* sz : args)
-    {
         argv.push_back(const_cast<char*>(sz));
-    }
     return util.ParseCmdLine(static_cast<int>(argv.size()), argv.data());
 }
 

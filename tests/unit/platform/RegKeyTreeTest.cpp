@@ -32,25 +32,29 @@ TEST_F(RegKeyTest, EnumeratesMixedValueTypes)
     ASSERT_EQ(6u, values.size());
     EXPECT_EQ(6u, dwIndex);
 
-    EXPECT_EQ(static_cast<DWORD>(REG_DWORD), values["aDword"].dwType);
-    EXPECT_EQ(0x11223344u, values["aDword"].GetDword());
-    EXPECT_EQ(static_cast<DWORD>(REG_SZ), values["bString"].dwType);
-    ASSERT_NE(nullptr, values["bString"].GetString());
-    EXPECT_STREQ("hello", values["bString"].GetString());
-    EXPECT_EQ(6u, values["bString"].dwDataSize);
-    EXPECT_EQ(0xFFFFFFFFu, values["bString"].GetDword());
-    EXPECT_EQ(static_cast<DWORD>(REG_EXPAND_SZ), values["cExpand"].dwType);
-    EXPECT_EQ(nullptr, values["cExpand"].GetString()); // only REG_SZ reads as a string
-    EXPECT_EQ(static_cast<DWORD>(REG_BINARY), values["dBinary"].dwType);
-    ASSERT_EQ(3u, values["dBinary"].dwDataSize);
-    EXPECT_EQ(0, memcmp(values["dBinary"].pData, "\x00\xFF\x10", 3));
-    EXPECT_EQ(static_cast<DWORD>(REG_MULTI_SZ), values["eMulti"].dwType);
-    ASSERT_EQ(6u, values["eMulti"].dwDataSize);
-    EXPECT_EQ(0, memcmp(values["eMulti"].pData, "x\0yz\0\0", 6));
-    EXPECT_EQ(static_cast<DWORD>(REG_QWORD), values["fQword"].dwType);
-    ASSERT_NE(nullptr, values["fQword"].GetQword());
+    // Type, size and bytes of each, and the typed readers only for their own type.
+    const struct
+    {
+        const char* szName;
+        DWORD dwType;
+        std::string strData;
+    } expected[] = {{"aDword", REG_DWORD, std::string("\x44\x33\x22\x11", 4)},
+                    {"bString", REG_SZ, std::string("hello", 6)},
+                    {"cExpand", REG_EXPAND_SZ, std::string("%PATH%", 7)},
+                    {"dBinary", REG_BINARY, std::string("\x00\xFF\x10", 3)},
+                    {"eMulti", REG_MULTI_SZ, std::string("x\0yz\0\0", 6)},
+                    {"fQword", REG_QWORD, std::string(reinterpret_cast<const char*>(&qwIn), 8)}};
+    for (const auto& e : expected)
+    {
+        const RegValue& value = values[e.szName];
+        EXPECT_EQ(e.dwType, value.dwType) << e.szName;
+        EXPECT_EQ(e.strData, std::string(reinterpret_cast<const char*>(value.pData), value.dwDataSize))
+            << e.szName;
+        EXPECT_EQ(e.dwType == REG_DWORD ? 0x11223344u : 0xFFFFFFFFu, value.GetDword()) << e.szName;
+        EXPECT_EQ(e.dwType == REG_SZ, value.GetString() != nullptr) << e.szName;
+        EXPECT_EQ(e.dwType == REG_QWORD, value.GetQword() != nullptr) << e.szName;
+    }
     EXPECT_EQ(qwIn, *values["fQword"].GetQword());
-
     // The raw enumeration gives names and types.
     char szName[64];
     DWORD cchName = sizeof(szName);

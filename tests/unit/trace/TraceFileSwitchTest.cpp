@@ -15,9 +15,7 @@ std::string SwitchWarningLine()
     std::string strMessage = szText != nullptr ? szText : "<unknown>";
     LocalFree(szText);
     while (!strMessage.empty() && (strMessage.back() == '\r' || strMessage.back() == '\n'))
-    {
         strMessage.pop_back();
-    }
     return "31.12.2030 23:59:59.999\t9999\t9999\twarning\tCCArcaTrace\tFileSwitch\tInternal\t"
            "MoveFileExW returned last error 0x00000001, " +
            strMessage + "\n";
@@ -30,9 +28,7 @@ std::string TraceBytes(const std::string& strText)
     for (char c : strText)
     {
         if (c == '\n')
-        {
             strOut += std::string("\r\0", 2);
-        }
         strOut += std::string(1, c) + std::string(1, '\0');
     }
     return strOut;
@@ -67,9 +63,7 @@ protected:
     void WriteUntilSwitched(const std::string& strHistory)
     {
         for (int i = 0; i < 100 && !testkit::FileExists(strHistory); ++i)
-        {
             m_pTrace->Trace(3, "C::M", "Internal", "t", "%s", std::string(200, 'a' + i % 26).c_str());
-        }
         ASSERT_TRUE(testkit::FileExists(strHistory));
     }
 };
@@ -103,9 +97,7 @@ TEST_F(TraceLimitTest, ShortPendingRecordShowsOnlyTheStartOfTheWarningLine)
     Configure(m_strPath, 1000, 0, 0);
     // Two records of about 250 characters: the count passes 1000 bytes with the second.
     for (int i = 0; i < 2; ++i)
-    {
         m_pTrace->Trace(3, "C::M", "Internal", "t", "%s", std::string(200, 'x').c_str());
-    }
     ASSERT_FALSE(testkit::FileExists(m_dir.File("t_000.trc")));
     m_pTrace->TraceRaw(3, "%s", "short!"); // six characters pending when the limit is found
     ASSERT_TRUE(testkit::FileExists(m_dir.File("t_000.trc")));

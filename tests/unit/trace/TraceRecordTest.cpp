@@ -159,9 +159,7 @@ TEST_F(TraceTest, SemaphoreIsNamedAfterProcessAndPath)
     for (char c : m_strPath)
     {
         if (std::string("<>:\"/\\|").find(c) == std::string::npos)
-        {
             strName += c;
-        }
     }
     EXPECT_EQ(nullptr, OpenSemaphoreA(SEMAPHORE_ALL_ACCESS, FALSE, strName.c_str()));
     m_pTrace->Trace(3, "C::M", "Internal", "t", "");
