@@ -7,22 +7,27 @@
 namespace wmiemu
 {
 
-std::wstring Repository::Dynasty(const std::wstring& ns, const std::wstring& cls) const
+// Keys name one instance among the instances of the topmost class reached from cls through
+// superclasses that are not abstract ("IWbemServices::DeleteInstance method" works through the
+// topmost non-abstract class): subclasses of an abstract class (the provider registrations) each have
+// their own keys.
+std::wstring Repository::IdentityRoot(const std::wstring& ns, const std::wstring& cls) const
 {
-    std::wstring top = cls;
     const ClassDef* c = FindClassDef(ns, cls);
     for (int n = 0; c && !c->superclass.empty() && n < 64; ++n)
     {
-        top = c->superclass;
-        c = FindClassDef(ns, c->superclass);
+        const ClassDef* pSuper = FindClassDef(ns, c->superclass);
+        if (!pSuper || QualIsTrue(pSuper->quals, L"abstract"))
+            break;
+        c = pSuper;
     }
     return c ? c->name : cls;
 }
 
 // "Describing an Instance Object Path" / "Object paths": server "." and this machine's name are the
 // same server, namespace, class and key names ignore case, keys come in any order, and a relative
-// path names the namespace it is used in. Classes are compared by their dynasty, since keys are
-// unique within it; an unnamed key ("Class="v"") takes the name of the class's only key.
+// path names the namespace it is used in. Classes are compared by their IdentityRoot, within which
+// keys are unique; an unnamed key ("Class="v"") takes the name of the class's only key.
 std::wstring Repository::CanonicalPath(const std::wstring& ns, const std::wstring& path, int nDepth) const
 {
     ObjectPath op;
@@ -31,7 +36,7 @@ std::wstring Repository::CanonicalPath(const std::wstring& ns, const std::wstrin
     std::wstring server = op.server.empty() || NameEq(op.server, ServerName()) ? L"." : Lower(op.server);
     std::wstring target = op.ns.empty() ? ns : op.ns, norm;
     NormalizeNamespace(target, norm);
-    std::wstring r = L"\\\\" + server + L"\\" + Lower(norm) + L":" + Lower(Dynasty(norm, op.className));
+    std::wstring r = L"\\\\" + server + L"\\" + Lower(norm) + L":" + Lower(IdentityRoot(norm, op.className));
     if (op.singleton)
         return r + L"=@";
     Object cls;

@@ -490,8 +490,9 @@ HRESULT Repository::PutInstance(const std::wstring& ns, const Object& instIn, lo
     path.className = cls.className;
     path.keys = KeyValues(stored);
     path.singleton = path.keys.empty();
-    // Keys are unique within the dynasty: an instance of another class of it with these keys is in the way.
-    int n = FindInstance(*pNs, Dynasty(ns, cls.className), path);
+    // Keys are unique below the identity root: an instance of another class there with these keys is
+    // in the way.
+    int n = FindInstance(*pNs, IdentityRoot(ns, cls.className), path);
     if (n >= 0 && !NameEq(pNs->instances[n].className, cls.className))
         return WBEM_E_ALREADY_EXISTS;
     if (n < 0 && (lFlags & WBEM_FLAG_UPDATE_ONLY))

@@ -54,8 +54,9 @@ public:
     // A path in a form that compares equal for every path of the same object (see EmuInstanceFind.cpp);
     // a relative path names an object in ns.
     std::wstring CanonicalPath(const std::wstring& ns, const std::wstring& path, int nDepth = 0) const;
-    // The topmost superclass of a class (the class itself when it has none or is unknown).
-    std::wstring Dynasty(const std::wstring& ns, const std::wstring& cls) const;
+    // The class whose instances' keys are unique and include those of cls: the topmost class reached
+    // through superclasses that are not abstract (cls itself when unknown).
+    std::wstring IdentityRoot(const std::wstring& ns, const std::wstring& cls) const;
 
     // An instance object of a class with the given values (for instances built from stored data).
     HRESULT MakeInstance(const std::wstring& ns, const InstData& data, Object& out) const;

@@ -32,6 +32,7 @@ instance of __InstanceProviderRegistration
     Provider = $Prov;
     SupportsGet = TRUE;
 };
+instance of __MethodProviderRegistration { Provider = $Prov; }; // below an abstract class: own keys
 instance of EmuProvided { Id = "a" "b"; };
 )");
     auto& svc = Ns(L"root\\cimv2");

@@ -82,8 +82,8 @@ TEST_F(EmuTest, PutInstanceCreatesUpdatesAndHonoursFlags)
 }
 
 // "IWbemServices::DeleteInstance method": the current namespace only; a path of a class finds the
-// instances of it and of its subclasses (keys are unique within the dynasty), never a superclass's.
-TEST_F(EmuTest, DeleteInstanceFindsItsInstanceInThisNamespaceAndDynasty)
+// instances of it and of its subclasses (their keys are unique), never an instance of a superclass.
+TEST_F(EmuTest, DeleteInstanceFindsItsInstanceInThisNamespaceAndHierarchy)
 {
     CompileOk(MOF);
     auto& svc = Ns();
