@@ -314,8 +314,7 @@ HRESULT Repository::PutClass(const std::wstring& ns, const Object& clsIn, long l
 
     if (bExists)
         return ApplyClassUpdate(ns, *existing, def, lFlags);
-    else
-        pNs->classes.push_back(def);
+    pNs->classes.push_back(def);
     return WBEM_S_NO_ERROR;
 }
 
