@@ -280,7 +280,9 @@ TEST_F(EmuTest, ClassUpdateModesFollowInstancesAndSubclasses)
         EXPECT_EQ(SUCCEEDED((HRESULT)row.hr), strAfter != strBefore);
         // Force mode resolves the conflict by deleting the subclass's own qualifier.
         if (row.mof.find("UKid") != std::string::npos)
+        {
             EXPECT_EQ(row.change == AddQ && SUCCEEDED((HRESULT)row.hr),
                       strAfter.find(L"UKid : U\n  qualifier Q") == std::wstring::npos);
+        }
     }
 }
