@@ -22,6 +22,10 @@ std::string AgentMof(const std::string& strQualifiers, const std::string& strExt
            "instance of Tvs_Agent { Name = \"agent\"; Level = 7; };\n";
 }
 
+// Put before AgentMof: WMI replaces the class that has instances only in force mode (its instances go,
+// the file stores them again).
+const std::string FORCE_UPDATE = "#pragma classflags(\"forceupdate\")\n";
+
 std::string Message(const std::string& strRecord)
 {
     const auto cols = SplitTabs(strRecord);
@@ -96,7 +100,7 @@ TEST_F(CompileVersion, MissingClassIsCompiled)
 TEST_F(CompileVersion, OlderInstalledVersionIsReplaced)
 {
     m_world.Seed(AgentMof("[Version(\"1.0\")]"));
-    const auto run = CompileFile(AgentMof("[Version(\"1.1\")]", "    string Owner;\n"));
+    const auto run = CompileFile(FORCE_UPDATE + AgentMof("[Version(\"1.1\")]", "    string Owner;\n"));
     EXPECT_EQ(0u, run.dwExitCode);
     EXPECT_EQ("ret=class definition exists in WMI, but version is older", VersionCheckResult(run));
     EXPECT_NE(std::string::npos, m_world.Dump("root\\TarvosTest").find("Owner"));
@@ -105,7 +109,7 @@ TEST_F(CompileVersion, OlderInstalledVersionIsReplaced)
 TEST_F(CompileVersion, InstalledClassWithoutVersionIsReplaced)
 {
     m_world.Seed(AgentMof(""));
-    const auto run = CompileFile(AgentMof("[Version(\"1.0\")]", "    string Owner;\n"));
+    const auto run = CompileFile(FORCE_UPDATE + AgentMof("[Version(\"1.0\")]", "    string Owner;\n"));
     EXPECT_EQ(0u, run.dwExitCode);
     EXPECT_EQ("ret=-3, qualifier 'version' not found", VersionCheckResult(run));
     EXPECT_EQ(1u, run.Records("CWmiWork::ClassVersionCheck", "Internal", "GetQualifier failed!").size());
@@ -122,7 +126,7 @@ TEST_F(CompileVersion, EqualVersionIsKeptUnlessForced)
     EXPECT_FALSE(Compiled(kept));
     EXPECT_EQ(strBefore, m_world.Dump("root"));
 
-    const auto forced = CompileFile(AgentMof("[Version(\"2\")]", "    string Owner;\n"), true);
+    const auto forced = CompileFile(FORCE_UPDATE + AgentMof("[Version(\"2\")]", "    string Owner;\n"), true);
     EXPECT_EQ(0u, forced.dwExitCode);
     EXPECT_TRUE(Compiled(forced));
     EXPECT_NE(std::string::npos, m_world.Dump("root\\TarvosTest").find("Owner"));
@@ -240,4 +244,30 @@ TEST_F(CompileVersion, ScannerExceptionBecomesAParseFailure)
     ASSERT_EQ(1u, caught.size());
     EXPECT_EQ(0u, Message(caught[0]).rfind("hr=0x80070057 '", 0));
     EXPECT_TRUE(run.Has("nReturn=19 '19, EXITCODE_ERR_MOF_PARSING_FAILED'"));
+}
+
+// An agent upgrade as Windows meets it: the installed class has instances and the newer MOF adds a
+// property. Without "#pragma classflags("forceupdate")" WMI refuses the class in the storing phase
+// (WBEM_E_CLASS_HAS_INSTANCES) and the repository keeps the installed version; with it the upgrade works.
+TEST_F(CompileVersion, UpgradeOfAClassWithInstancesNeedsForceUpdate)
+{
+    m_world.Seed(AgentMof("[Version(\"1.0\")]"));
+    const std::string strBefore = m_world.Dump("root");
+    const std::string strNewer = AgentMof("[Version(\"1.1\")]", "    string Owner;\n");
+    const auto refused = CompileFile(strNewer);
+    EXPECT_EQ(17u, refused.dwExitCode);
+    const auto failed = refused.Records("CCompMof::CheckVersionAndCompile", "Internal", "Could not compile MOF");
+    ASSERT_EQ(1u, failed.size());
+    const std::string strMessage = Message(failed[0]);
+    EXPECT_NE(std::string::npos, strMessage.find("compile_status_info.lPhaseError = 3\n")) << strMessage;
+    EXPECT_NE(std::string::npos, strMessage.find("compile_status_info.hRes = 80041026 '")) << strMessage;
+    EXPECT_NE(std::string::npos, strMessage.find("compile_status_info.ObjectNum = 2\n")) << strMessage;
+    EXPECT_EQ(strBefore, m_world.Dump("root"));
+
+    const auto upgraded = CompileFile(FORCE_UPDATE + strNewer);
+    EXPECT_EQ(0u, upgraded.dwExitCode);
+    EXPECT_TRUE(Compiled(upgraded));
+    const std::string strAfter = m_world.Dump("root\\TarvosTest");
+    EXPECT_NE(std::string::npos, strAfter.find("property string Owner")) << strAfter;
+    EXPECT_NE(std::string::npos, strAfter.find("value Level = 7")) << strAfter;
 }

@@ -1,7 +1,8 @@
-// EmuMofCompiler.cpp - IMofCompiler::CompileFile: parse the whole file, then store everything or
-// nothing. Errors come back as WBEM_S_FALSE with WBEM_COMPILE_STATUS_INFO filled in: phase 1 for
-// bad arguments, 2 for parsing, 3 for storing. Files carrying "#pragma autorecover" go into the
-// autorecover list of WMI.
+// EmuMofCompiler.cpp - IMofCompiler::CompileFile: parse the whole file (a file that does not parse
+// stores nothing), then store its declarations in order; as "Handling Errors with the MOF Compiler"
+// says, the classes and instances stored before a failing declaration stay stored. Errors come back as
+// WBEM_S_FALSE with WBEM_COMPILE_STATUS_INFO filled in: phase 1 for bad arguments, 2 for parsing, 3 for
+// storing. Files carrying "#pragma autorecover" go into the autorecover list of WMI.
 #include "EmuCom.h"
 
 #include "EmuFaults.h"
@@ -101,9 +102,11 @@ HRESULT CEmuMofCompiler::CompileFile(LPWSTR FileName, LPWSTR, LPWSTR, LPWSTR, LP
         return WBEM_S_NO_ERROR;
 
     size_t nFailed = 0;
-    hr = Store::Instance().Modify([&](Repository& repo) {
-        return StoreDeclarations(repo, result.decls, lClassFlags, lInstanceFlags, nFailed);
-    });
+    hr = Store::Instance().Modify(
+        [&](Repository& repo) {
+            return StoreDeclarations(repo, result.decls, lClassFlags, lInstanceFlags, nFailed);
+        },
+        true);
     if (FAILED(hr))
     {
         if (nFailed < result.decls.size())

@@ -4,6 +4,7 @@
 #include "EmuFaults.h"
 
 #include <map>
+#include <set>
 
 namespace wmiemu
 {
@@ -54,7 +55,9 @@ CIMTYPE ToCimType(mofc::CimType t)
 class CMofStorer
 {
 public:
-    explicit CMofStorer(Repository& repo) : m_repo(repo) {}
+    CMofStorer(Repository& repo, const std::vector<mofc::Declaration>& decls) : m_repo(repo), m_decls(decls)
+    {
+    }
 
     HRESULT StoreClass(const mofc::Declaration& d, long lFlags);
     HRESULT StoreInstance(const mofc::Declaration& d, long lFlags);
@@ -66,8 +69,12 @@ private:
     Property ConvertProperty(const std::wstring& ns, const mofc::Property& p, const std::wstring& origin,
                              HRESULT& hr);
 
+    HRESULT ResolveAlias(const std::wstring& alias, std::wstring& path);
+
     Repository& m_repo;
+    const std::vector<mofc::Declaration>& m_decls;
     std::map<std::wstring, std::wstring> m_aliases; // lower-case alias -> object path
+    std::set<std::wstring> m_resolving;             // aliases whose path is being built
 };
 
 Value PlainValue(const mofc::Value& in)
@@ -167,11 +174,10 @@ HRESULT CMofStorer::ConvertValue(const std::wstring& ns, const mofc::Value& in, 
     case CIM_REFERENCE:
         if (in.kind == mofc::Value::Kind::Ref && in.isAlias)
         {
-            auto it = m_aliases.find(Lower(in.s));
-            if (it == m_aliases.end())
-                return WBEM_E_NOT_FOUND;
-            out = Value::Str(it->second);
-            return WBEM_S_NO_ERROR;
+            std::wstring path;
+            HRESULT hr = ResolveAlias(in.s, path);
+            out = Value::Str(path);
+            return hr;
         }
         if (in.kind != mofc::Value::Kind::String && in.kind != mofc::Value::Kind::Ref)
             return WBEM_E_TYPE_MISMATCH;
@@ -224,6 +230,49 @@ Property CMofStorer::ConvertProperty(const std::wstring& ns, const mofc::Propert
     if (p.hasDefault)
         hr = ConvertValue(ns, p.defaultValue, r.type, r.value, 0);
     return r;
+}
+
+// "Creating a WMI Alias": forward references are allowed, circular aliases are not. An alias not
+// stored yet is resolved from its declaration further on (its class must be stored by then); an
+// alias whose path needs itself, directly or through other aliases, is WBEM_E_CIRCULAR_REFERENCE.
+HRESULT CMofStorer::ResolveAlias(const std::wstring& alias, std::wstring& path)
+{
+    const std::wstring key = Lower(alias);
+    auto it = m_aliases.find(key);
+    if (it != m_aliases.end())
+    {
+        path = it->second;
+        return WBEM_S_NO_ERROR;
+    }
+    if (m_resolving.count(key))
+        return WBEM_E_CIRCULAR_REFERENCE;
+    for (auto& d : m_decls)
+    {
+        const Namespace* pNs = m_repo.FindNs(d.ns);
+        if (d.kind == mofc::Declaration::Kind::Class && NameEq(d.cls.alias, alias))
+        {
+            if (!pNs)
+                return WBEM_E_INVALID_NAMESPACE;
+            path = m_aliases[key] = L"\\\\.\\" + pNs->path + L":" + d.cls.name;
+            return WBEM_S_NO_ERROR;
+        }
+        if (d.kind != mofc::Declaration::Kind::Instance || !NameEq(d.inst.alias, alias))
+            continue;
+        if (!pNs)
+            return WBEM_E_INVALID_NAMESPACE;
+        m_resolving.insert(key);
+        Object obj;
+        HRESULT hr = BuildInstance(d.ns, d.inst, obj, 0);
+        m_resolving.erase(key);
+        if (FAILED(hr))
+            return hr;
+        std::wstring rel = RelPath(obj);
+        if (rel.empty())
+            return WBEM_E_ILLEGAL_NULL;
+        path = m_aliases[key] = L"\\\\.\\" + pNs->path + L":" + rel;
+        return WBEM_S_NO_ERROR;
+    }
+    return WBEM_E_NOT_FOUND;
 }
 
 HRESULT CMofStorer::StoreClass(const mofc::Declaration& d, long lFlags)
@@ -317,7 +366,7 @@ HRESULT CMofStorer::StoreInstance(const mofc::Declaration& d, long lFlags)
 HRESULT StoreDeclarations(Repository& repo, const std::vector<mofc::Declaration>& decls, long lClassFlags,
                           long lInstanceFlags, size_t& nFailed)
 {
-    CMofStorer storer(repo);
+    CMofStorer storer(repo, decls);
     for (nFailed = 0; nFailed < decls.size(); ++nFailed)
     {
         const mofc::Declaration& d = decls[nFailed];

@@ -50,6 +50,25 @@ void MergeQuals(std::vector<Qualifier>& target, const std::vector<Qualifier>& lo
     }
 }
 
+// "IWbemServices::PutClass method" / "PutInstance method": with WBEM_FLAG_USE_AMENDED_QUALIFIERS no
+// qualifier of the amended flavor is stored; without it every qualifier is.
+Object WithoutAmended(Object obj, long lFlags)
+{
+    if (!(lFlags & WBEM_FLAG_USE_AMENDED_QUALIFIERS))
+        return obj;
+    auto strip = [](std::vector<Qualifier>& qs) {
+        qs.erase(std::remove_if(qs.begin(), qs.end(),
+                                [](const Qualifier& q) { return (q.flavor & WBEM_FLAVOR_AMENDED) != 0; }),
+                 qs.end());
+    };
+    strip(obj.quals);
+    for (auto& p : obj.props)
+        strip(p.quals);
+    for (auto& m : obj.methods)
+        strip(m.quals);
+    return obj;
+}
+
 bool ValidName(const std::wstring& s)
 {
     return !s.empty() && s.find_first_of(L"\\/:\"") == std::wstring::npos;
@@ -227,8 +246,9 @@ bool Repository::DerivesFrom(const std::wstring& ns, const std::wstring& cls,
     return false;
 }
 
-HRESULT Repository::PutClass(const std::wstring& ns, const Object& cls, long lFlags)
+HRESULT Repository::PutClass(const std::wstring& ns, const Object& clsIn, long lFlags)
 {
+    const Object cls = WithoutAmended(clsIn, lFlags);
     Namespace* pNs = FindNs(ns);
     if (!pNs)
         return WBEM_E_INVALID_NAMESPACE;
@@ -293,39 +313,8 @@ HRESULT Repository::PutClass(const std::wstring& ns, const Object& cls, long lFl
     }
 
     if (bExists)
-    {
-        if (!NameEq(existing->superclass, def.superclass))
-        {
-            for (auto& c : pNs->classes)
-                if (NameEq(c.superclass, def.name))
-                    return WBEM_E_CLASS_HAS_CHILDREN;
-        }
-        // A changed key set makes existing instances unreachable: WMI refuses, or drops them in force mode.
-        Object old;
-        GetClass(ns, def.name, old);
-        std::set<std::wstring> oldKeys, newKeys;
-        for (auto& p : old.props)
-            if (QualIsTrue(p.quals, L"key"))
-                oldKeys.insert(Lower(p.name));
-        for (auto& p : parent.props)
-            if (QualIsTrue(p.quals, L"key"))
-                newKeys.insert(Lower(p.name));
-        for (auto& p : cls.props)
-            if (QualIsTrue(p.quals, L"key"))
-                newKeys.insert(Lower(p.name));
-        if (oldKeys != newKeys)
-        {
-            std::vector<Object> insts;
-            EnumInstances(ns, def.name, true, insts);
-            if (!insts.empty() && !(lFlags & WBEM_FLAG_UPDATE_FORCE_MODE))
-                return WBEM_E_CLASS_HAS_INSTANCES;
-            for (auto& i : insts)
-                DeleteInstance(ns, RelPath(i));
-        }
-        *existing = def;
-    }
-    else
-        pNs->classes.push_back(def);
+        return ApplyClassUpdate(ns, *existing, def, lFlags);
+    pNs->classes.push_back(def);
     return WBEM_S_NO_ERROR;
 }
 
@@ -412,53 +401,17 @@ std::vector<Object> Repository::NamespaceInstances(const std::wstring& ns) const
     return r;
 }
 
-int Repository::FindInstance(const Namespace& ns, const std::wstring& cls, const ObjectPath& path) const
-{
-    for (size_t n = 0; n < ns.instances.size(); ++n)
-    {
-        const InstData& d = ns.instances[n];
-        if (!NameEq(d.className, cls) && !DerivesFrom(ns.path, d.className, cls) &&
-            !DerivesFrom(ns.path, cls, d.className))
-            continue;
-        Object o;
-        if (FAILED(MakeInstance(ns.path, d, o)))
-            continue;
-        auto keys = KeyValues(o);
-        if (path.singleton)
-        {
-            if (keys.empty())
-                return (int)n;
-            continue;
-        }
-        if (keys.size() != path.keys.size())
-            continue;
-        bool bMatch = true;
-        for (auto& [name, value] : path.keys)
-        {
-            auto it = std::find_if(keys.begin(), keys.end(), [&](const auto& k) {
-                return name.empty() ? keys.size() == 1 : NameEq(k.first, name);
-            });
-            if (it == keys.end() || KeyCompareText(it->second) != KeyCompareText(value))
-            {
-                bMatch = false;
-                break;
-            }
-        }
-        if (bMatch)
-            return (int)n;
-    }
-    return -1;
-}
-
 HRESULT Repository::GetObjectByPath(const std::wstring& ns, const std::wstring& path, Object& out) const
 {
     ObjectPath op;
     if (!ParseObjectPath(path, op))
         return WBEM_E_INVALID_OBJECT_PATH;
-    std::wstring target = op.ns.empty() ? ns : op.ns;
-    const Namespace* pNs = FindNs(target);
+    const Namespace* pNs = FindNs(ns);
     if (!pNs)
         return WBEM_E_INVALID_NAMESPACE;
+    if (!op.ns.empty() && FindNs(op.ns) != pNs)
+        return WBEM_E_INVALID_OBJECT_PATH; // see DeleteInstance
+    const std::wstring& target = ns;
     if (op.IsClass())
         return GetClass(target, op.className, out);
     if (!FindClassDef(target, op.className))
@@ -503,9 +456,10 @@ HRESULT Repository::ToInstData(const std::wstring& ns, const Object& inst, InstD
     return WBEM_S_NO_ERROR;
 }
 
-HRESULT Repository::PutInstance(const std::wstring& ns, const Object& inst, long lFlags,
+HRESULT Repository::PutInstance(const std::wstring& ns, const Object& instIn, long lFlags,
                                 std::wstring* pRelPath)
 {
+    const Object inst = WithoutAmended(instIn, lFlags);
     Namespace* pNs = FindNs(ns);
     if (!pNs)
         return WBEM_E_INVALID_NAMESPACE;
@@ -535,7 +489,11 @@ HRESULT Repository::PutInstance(const std::wstring& ns, const Object& inst, long
     path.className = cls.className;
     path.keys = KeyValues(stored);
     path.singleton = path.keys.empty();
-    int n = FindInstance(*pNs, cls.className, path);
+    // Keys are unique below the identity root: an instance of another class there with these keys is
+    // in the way.
+    int n = FindInstance(*pNs, IdentityRoot(ns, cls.className), path);
+    if (n >= 0 && !NameEq(pNs->instances[n].className, cls.className))
+        return WBEM_E_ALREADY_EXISTS;
     if (n < 0 && (lFlags & WBEM_FLAG_UPDATE_ONLY))
         return WBEM_E_NOT_FOUND;
     if (n >= 0 && (lFlags & WBEM_FLAG_CREATE_ONLY))
@@ -554,12 +512,15 @@ HRESULT Repository::DeleteInstance(const std::wstring& ns, const std::wstring& p
     ObjectPath op;
     if (!ParseObjectPath(path, op))
         return WBEM_E_INVALID_OBJECT_PATH;
-    std::wstring target = op.ns.empty() ? ns : op.ns;
-    Namespace* pNs = FindNs(target);
+    Namespace* pNs = FindNs(ns);
     if (!pNs)
         return WBEM_E_INVALID_NAMESPACE;
-    if (op.IsClass())
+    // "IWbemServices::DeleteInstance method": it acts in the current namespace; instances in other
+    // namespaces cannot be deleted. A full path naming this namespace (any server) is accepted, one
+    // naming another namespace is refused as a path this namespace cannot serve.
+    if (op.IsClass() || (!op.ns.empty() && FindNs(op.ns) != pNs))
         return WBEM_E_INVALID_OBJECT_PATH;
+    const std::wstring& target = ns;
     if (!FindClassDef(target, op.className))
         return WBEM_E_INVALID_CLASS;
     if (NameEq(op.className, L"__NAMESPACE"))

@@ -51,10 +51,19 @@ public:
     HRESULT EnumInstances(const std::wstring& ns, const std::wstring& cls, bool bDeep,
                           std::vector<Object>& out) const;
 
+    // A path in a form that compares equal for every path of the same object (see EmuInstanceFind.cpp);
+    // a relative path names an object in ns.
+    std::wstring CanonicalPath(const std::wstring& ns, const std::wstring& path, int nDepth = 0) const;
+    // The class whose instances' keys are unique and include those of cls: the topmost class reached
+    // through superclasses that are not abstract (cls itself when unknown).
+    std::wstring IdentityRoot(const std::wstring& ns, const std::wstring& cls) const;
+
     // An instance object of a class with the given values (for instances built from stored data).
     HRESULT MakeInstance(const std::wstring& ns, const InstData& data, Object& out) const;
 
 private:
+    // Replaces a stored class by def under the update mode of lFlags (EmuClassUpdate.cpp).
+    HRESULT ApplyClassUpdate(const std::wstring& ns, ClassDef& existing, const ClassDef& def, long lFlags);
     HRESULT Flatten(const std::wstring& ns, const std::wstring& name, Object& out, int nDepth) const;
     HRESULT ToInstData(const std::wstring& ns, const Object& inst, InstData& out, Object& cls) const;
     int FindInstance(const Namespace& ns, const std::wstring& cls, const ObjectPath& path) const;

@@ -187,7 +187,7 @@ HRESULT Store::Read(const std::function<HRESULT(const Repository&)>& f)
     return FAILED(hr) ? hr : f(m_repo);
 }
 
-HRESULT Store::Modify(const std::function<HRESULT(Repository&)>& f)
+HRESULT Store::Modify(const std::function<HRESULT(Repository&)>& f, bool bKeepOnFailure)
 {
     Lock lock(*this);
     HRESULT hr = Sync();
@@ -195,7 +195,7 @@ HRESULT Store::Modify(const std::function<HRESULT(Repository&)>& f)
         return hr;
     Repository copy = m_repo;
     hr = f(copy);
-    if (FAILED(hr))
+    if (FAILED(hr) && !bKeepOnFailure)
         return hr;
     m_repo = std::move(copy);
     HRESULT hrSave = Save();

@@ -27,8 +27,9 @@ public:
     static Store& Instance();
 
     HRESULT Read(const std::function<HRESULT(const Repository&)>& f);
-    // f works on a copy, which replaces the repository (and the file) only when f succeeds.
-    HRESULT Modify(const std::function<HRESULT(Repository&)>& f);
+    // f works on a copy, which replaces the repository (and the file) only when f succeeds, or
+    // also when it fails if bKeepOnFailure (what f changed before failing is kept).
+    HRESULT Modify(const std::function<HRESULT(Repository&)>& f, bool bKeepOnFailure = false);
     HRESULT Reset();
     std::wstring LastError() const { return m_lastError; }
 

@@ -209,27 +209,80 @@ TEST_F(EmuTest, PutChecksTypesAndKnownProperties)
     EXPECT_EQ(L"<null>", GetStr(inst.Get(), L"__PATH")); // not stored yet
 }
 
-TEST_F(EmuTest, ChangingKeysOfAClassWithInstancesNeedsForceMode)
+// "WBEM_CHANGE_FLAG_TYPE enumeration" and "pragma classflags": what each update mode allows.
+TEST_F(EmuTest, ClassUpdateModesFollowInstancesAndSubclasses)
 {
-    CompileOk("class Keyed { [key] string A; string B; }; instance of Keyed { A = \"1\"; B = \"x\"; };");
-    auto& svc = Ns();
-    CComPtrT<IWbemClassObject> cls;
-    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"Keyed", cls));
-    CComPtrT<IWbemQualifierSet> qs;
-    ASSERT_EQ(WBEM_S_NO_ERROR, cls->GetPropertyQualifierSet(L"B", &qs));
-    CVar t = CVar::Bool(true);
-    ASSERT_EQ(WBEM_S_NO_ERROR, qs->Put(L"key", &t, 0));
-    EXPECT_EQ(WBEM_E_CLASS_HAS_INSTANCES, svc->PutClass(cls.Get(), 0, nullptr, nullptr));
-    CComPtrT<IWbemClassObject> inst;
-    EXPECT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"Keyed.A=\"1\"", inst));
-    EXPECT_EQ(WBEM_S_NO_ERROR, svc->PutClass(cls.Get(), WBEM_FLAG_UPDATE_FORCE_MODE, nullptr, nullptr));
-    EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(svc.Get(), L"Keyed.A=\"1\"", inst));
-    // A change of qualifiers only keeps the instances.
-    CompileOk("instance of Keyed { A = \"2\"; B = \"y\"; };");
-    CComPtrT<IWbemQualifierSet> cq;
-    ASSERT_EQ(WBEM_S_NO_ERROR, cls->GetQualifierSet(&cq));
-    CVar ver(L"2.0");
-    ASSERT_EQ(WBEM_S_NO_ERROR, cq->Put(L"Version", &ver, 0));
-    EXPECT_EQ(WBEM_S_NO_ERROR, svc->PutClass(cls.Get(), 0, nullptr, nullptr));
-    EXPECT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"Keyed.A=\"2\",B=\"y\"", inst));
+    const std::string ONE = "class U { [key] string K; string A; }; instance of U { K = \"1\"; };";
+    const std::string KIDS = "class U { [key] string K; string A; }; [Q(1)] class UKid : U { };";
+    enum Change
+    {
+        AddProperty,
+        Describe,
+        AddQ,
+        MakeKey
+    };
+    struct Row
+    {
+        std::string mof;
+        Change change;
+        long lFlags;
+        unsigned long hr;
+        const wchar_t* wszStillThere; // "" when the path must be gone
+        const wchar_t* wszPath;
+    } rows[] = {
+        {ONE, AddProperty, 0, WBEM_E_CLASS_HAS_INSTANCES, L"y", L"U.K=\"1\""},
+        {ONE, AddProperty, WBEM_FLAG_UPDATE_SAFE_MODE, WBEM_E_CLASS_HAS_INSTANCES, L"y", L"U.K=\"1\""},
+        {ONE, AddProperty, WBEM_FLAG_UPDATE_FORCE_MODE, WBEM_S_NO_ERROR, L"", L"U.K=\"1\""},
+        {ONE, MakeKey, 0, WBEM_E_CLASS_HAS_INSTANCES, L"y", L"U.K=\"1\""},
+        {ONE, Describe, 0, WBEM_S_NO_ERROR, L"y", L"U.K=\"1\""}, // non-important qualifier
+        {KIDS, AddProperty, 0, WBEM_E_CLASS_HAS_CHILDREN, L"y", L"UKid"},
+        {KIDS, AddProperty, WBEM_FLAG_UPDATE_SAFE_MODE, WBEM_S_NO_ERROR, L"y", L"UKid"},
+        {KIDS, AddQ, 0, WBEM_E_CLASS_HAS_CHILDREN, L"y", L"UKid"},
+        {KIDS, AddQ, WBEM_FLAG_UPDATE_SAFE_MODE, WBEM_E_CLASS_HAS_CHILDREN, L"y", L"UKid"},
+        {KIDS, AddQ, WBEM_FLAG_UPDATE_FORCE_MODE, WBEM_S_NO_ERROR, L"y", L"UKid"},
+        {KIDS + "instance of UKid { K = \"2\"; };", AddQ, WBEM_FLAG_UPDATE_FORCE_MODE,
+         WBEM_E_CLASS_HAS_INSTANCES, L"y", L"U.K=\"2\""},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.mof + " change " + std::to_string(row.change) + " flags " +
+                     std::to_string(row.lFlags));
+        DeleteFileW((m_dir + L"repository.txt").c_str());
+        CompileOk(row.mof);
+        auto& svc = Ns();
+        CComPtrT<IWbemClassObject> cls, obj;
+        ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"U", cls));
+        CComPtrT<IWbemQualifierSet> qs;
+        CVar none, text(L"changed"), t = CVar::Bool(true);
+        none.v.vt = VT_NULL;
+        if (row.change == AddProperty)
+            ASSERT_EQ(WBEM_S_NO_ERROR, cls->Put(L"Extra", 0, &none, CIM_STRING));
+        else if (row.change == MakeKey)
+            ASSERT_EQ(WBEM_S_NO_ERROR, cls->GetPropertyQualifierSet(L"A", &qs));
+        else
+            ASSERT_EQ(WBEM_S_NO_ERROR, cls->GetQualifierSet(&qs));
+        if (row.change != AddProperty)
+        {
+            ASSERT_EQ(WBEM_S_NO_ERROR,
+                      qs->Put(row.change == MakeKey ? L"key"
+                              : row.change == AddQ  ? L"Q"
+                                                    : L"Description",
+                              row.change == Describe ? &text : &t,
+                              row.change == AddQ
+                                  ? WBEM_FLAVOR_NOT_OVERRIDABLE | WBEM_FLAVOR_FLAG_PROPAGATE_TO_DERIVED_CLASS
+                                  : 0));
+        }
+        const std::wstring strBefore = Dump();
+        EXPECT_EQ(row.hr, (unsigned long)svc->PutClass(cls.Get(), row.lFlags, nullptr, nullptr));
+        EXPECT_EQ(*row.wszStillThere ? WBEM_S_NO_ERROR : WBEM_E_NOT_FOUND,
+                  GetObj(svc.Get(), row.wszPath, obj));
+        const std::wstring strAfter = Dump();
+        EXPECT_EQ(SUCCEEDED((HRESULT)row.hr), strAfter != strBefore);
+        // Force mode resolves the conflict by deleting the subclass's own qualifier.
+        if (row.mof.find("UKid") != std::string::npos)
+        {
+            EXPECT_EQ(row.change == AddQ && SUCCEEDED((HRESULT)row.hr),
+                      strAfter.find(L"UKid : U\n  qualifier Q") == std::wstring::npos);
+        }
+    }
 }

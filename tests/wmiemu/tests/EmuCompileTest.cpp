@@ -1,5 +1,5 @@
-// IMofCompiler::CompileFile: storing, aliases, errors with phase/object/lines and nothing stored,
-// autorecover registration.
+// IMofCompiler::CompileFile: storing, aliases, errors with phase/object/lines, what a failed compile
+// leaves stored, autorecover registration.
 #include "EmuTestUtil.h"
 
 namespace
@@ -32,6 +32,7 @@ instance of __InstanceProviderRegistration
     Provider = $Prov;
     SupportsGet = TRUE;
 };
+instance of __MethodProviderRegistration { Provider = $Prov; }; // below an abstract class: own keys
 instance of EmuProvided { Id = "a" "b"; };
 )");
     auto& svc = Ns(L"root\\cimv2");
@@ -71,7 +72,8 @@ TEST_F(EmuTest, SyntaxErrorReportsPhaseTwoWithLinesAndStoresNothing)
     EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"GoodOne", obj));
 }
 
-TEST_F(EmuTest, StorageErrorReportsPhaseThreeAndStoresNothing)
+// "Handling Errors with the MOF Compiler": what was stored before the failing declaration stays.
+TEST_F(EmuTest, StorageErrorReportsPhaseThreeAndKeepsWhatWasStoredBefore)
 {
     WBEM_COMPILE_STATUS_INFO info = {};
     EXPECT_EQ(WBEM_S_FALSE, Compile("class Kept { [key] string A; };\n"
@@ -79,7 +81,8 @@ TEST_F(EmuTest, StorageErrorReportsPhaseThreeAndStoresNothing)
                                     "instance of Missing\n"
                                     "{\n"
                                     "    A = \"2\";\n"
-                                    "};\n",
+                                    "};\n"
+                                    "instance of Kept { A = \"3\"; };\n",
                                     &info));
     EXPECT_EQ(3, info.lPhaseError);
     EXPECT_EQ(WBEM_E_NOT_FOUND, info.hRes);
@@ -87,12 +90,45 @@ TEST_F(EmuTest, StorageErrorReportsPhaseThreeAndStoresNothing)
     EXPECT_EQ(3, info.FirstLine);
     EXPECT_EQ(6, info.LastLine);
     CComPtrT<IWbemClassObject> obj;
-    EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"Kept", obj));
+    EXPECT_EQ(WBEM_S_NO_ERROR, GetObj(Ns().Get(), L"Kept.A=\"1\"", obj));
+    EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"Kept.A=\"3\"", obj));
 
     EXPECT_EQ(WBEM_S_FALSE,
               Compile("#pragma namespace(\"\\\\\\\\.\\\\root\\\\NoSuchNs\")\nclass X { };\n", &info));
     EXPECT_EQ(3, info.lPhaseError);
     EXPECT_EQ(WBEM_E_INVALID_NAMESPACE, info.hRes);
+}
+
+// "Creating a WMI Alias": forward references resolve; circular aliases and undefined ones do not compile.
+TEST_F(EmuTest, AliasesResolveForwardAndRefuseCycles)
+{
+    const std::string CLASSES = "class Node { [key] string Id; Node ref Next; };\n";
+    CompileOk(CLASSES +
+              "instance of Node { Id = \"a\"; Next = $B; };\ninstance of Node as $B { Id = \"b\"; };\n");
+    CComPtrT<IWbemClassObject> obj;
+    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(Ns().Get(), L"Node.Id=\"a\"", obj));
+    EXPECT_EQ(L"\\\\.\\root\\default:Node.Id=\"b\"", GetStr(obj.Get(), L"Next"));
+    struct
+    {
+        const char* mof;
+        long lPhase;
+        unsigned long hr;
+        long lObject;
+    } rows[] = {
+        {"instance of Node as $C { Id = \"c\"; Next = $D; };\ninstance of Node as $D { Id = \"d\"; Next = "
+         "$C; };\n",
+         3, WBEM_E_CIRCULAR_REFERENCE, 2},
+        {"instance of Node as $E { Id = \"e\"; Next = $E; };\n", 3, WBEM_E_CIRCULAR_REFERENCE, 2},
+        {"instance of Node { Id = \"f\"; Next = $Nowhere; };\n", 2, 0x8004400eUL, 2},
+    };
+    for (auto& row : rows)
+    {
+        WBEM_COMPILE_STATUS_INFO info = {};
+        EXPECT_EQ(WBEM_S_FALSE, Compile(CLASSES + row.mof, &info)) << row.mof;
+        EXPECT_EQ(row.lPhase, info.lPhaseError) << row.mof;
+        EXPECT_EQ(row.hr, (unsigned long)info.hRes) << row.mof;
+        EXPECT_EQ(row.lObject, info.ObjectNum) << row.mof;
+    }
 }
 
 TEST_F(EmuTest, AutorecoverPragmaRegistersTheFileOnce)
@@ -122,6 +158,17 @@ TEST_F(EmuTest, ClassflagsAndDeleteclassPragmasApply)
     EXPECT_EQ(WBEM_S_FALSE,
               Compile("#pragma classflags(\"createonly\")\nclass EmuFlagged { uint32 A; };\n", &info));
     EXPECT_EQ(WBEM_E_ALREADY_EXISTS, info.hRes);
+    // A compatible update of a class with instances is refused; "forceupdate" replaces the class and
+    // drops its instances, which the file then stores again.
+    CompileOk("class EmuHeld { [key] string K; }; instance of EmuHeld { K = \"1\"; };\n");
+    const std::string newer =
+        "class EmuHeld { [key] string K; string Added; }; instance of EmuHeld { K = \"2\"; };\n";
+    EXPECT_EQ(WBEM_S_FALSE, Compile(newer, &info));
+    EXPECT_EQ(WBEM_E_CLASS_HAS_INSTANCES, info.hRes);
+    CompileOk("#pragma classflags(\"forceupdate\")\n" + newer);
+    CComPtrT<IWbemClassObject> held;
+    EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"EmuHeld.K=\"1\"", held));
+    EXPECT_EQ(WBEM_S_NO_ERROR, GetObj(Ns().Get(), L"EmuHeld.K=\"2\"", held));
     CompileOk("#pragma deleteclass(\"EmuDoomed\", FAIL)\n#pragma deleteclass(\"EmuNeverWas\", NOFAIL)\n");
     CComPtrT<IWbemClassObject> obj;
     EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"EmuDoomed", obj));

@@ -51,8 +51,9 @@ TEST_F(EmuTest, StoreFaultDuringCompileIsPhaseThree)
     EXPECT_EQ(WBEM_E_FAILED, info.hRes);
     EXPECT_EQ(4, info.ObjectNum);
     EXPECT_EQ(4, info.FirstLine);
-    CComPtrT<IWbemClassObject> obj;
-    EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"First", obj));
+    CComPtrT<IWbemClassObject> obj; // what was stored before the failing declaration stays
+    EXPECT_EQ(WBEM_S_NO_ERROR, GetObj(Ns().Get(), L"First.K=\"x\"", obj));
+    EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"Second.K=\"y\"", obj));
     SetFaults("CompileFile 0x80041003\n");
     EXPECT_EQ(WBEM_E_ACCESS_DENIED, Compile("class Third { };\n", &info));
 }

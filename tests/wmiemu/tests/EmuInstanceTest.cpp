@@ -35,12 +35,26 @@ TEST_F(EmuTest, InstancePathsQuoteAndEscapeKeys)
     EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(svc.Get(), L"Pair.A=8,B=\"x\"", obj));
 }
 
-TEST_F(EmuTest, ReferenceKeysNameTheReferencedPath)
+// "Object paths": a reference key matches every path of the same instance.
+TEST_F(EmuTest, ReferenceKeysCompareAsObjectPaths)
 {
-    CompileOk(std::string(MOF) + "instance of Link { Who = \"Person.Name=\\\"Bob\\\"\"; };\n");
+    CompileOk(std::string(MOF) +
+              "instance of Link { Who = \"\\\\\\\\.\\\\root\\\\default:Person.Name=\\\"Bob\\\"\"; };\n");
+    wchar_t machine[MAX_COMPUTERNAME_LENGTH + 1] = {};
+    DWORD dw = MAX_COMPUTERNAME_LENGTH + 1;
+    GetComputerNameW(machine, &dw);
+    for (std::wstring ref :
+         {std::wstring(L"Person.Name=\\\"Bob\\\""),
+          L"\\\\\\\\" + std::wstring(machine) + L"\\\\ROOT\\\\Default:Employee.Name='Bob'",
+          std::wstring(L"//./root/default:person.NAME=\\\"Bob\\\""), std::wstring(L"Person=\\\"Bob\\\"")})
+    {
+        CComPtrT<IWbemClassObject> obj;
+        EXPECT_EQ(WBEM_S_NO_ERROR, GetObj(Ns().Get(), (L"Link.Who=\"" + ref + L"\"").c_str(), obj)) << ref;
+    }
     CComPtrT<IWbemClassObject> obj;
-    ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(Ns().Get(), L"Link.Who=\"Person.Name=\\\"Bob\\\"\"", obj));
-    EXPECT_EQ(L"Person.Name=\"Bob\"", GetStr(obj.Get(), L"Who"));
+    EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"Link.Who=\"Person.Name=\\\"Bobby\\\"\"", obj));
+    EXPECT_EQ(WBEM_E_NOT_FOUND,
+              GetObj(Ns().Get(), L"Link.Who=\"\\\\\\\\.\\\\root\\\\cimv2:Person.Name=\\\"Bob\\\"\"", obj));
 }
 
 TEST_F(EmuTest, PutInstanceCreatesUpdatesAndHonoursFlags)
@@ -67,17 +81,38 @@ TEST_F(EmuTest, PutInstanceCreatesUpdatesAndHonoursFlags)
     EXPECT_EQ(42, v.v.lVal);
 }
 
-TEST_F(EmuTest, DeleteInstanceRemovesOnlyThatInstance)
+// "IWbemServices::DeleteInstance method": the current namespace only; a path of a class finds the
+// instances of it and of its subclasses (their keys are unique), never an instance of a superclass.
+TEST_F(EmuTest, DeleteInstanceFindsItsInstanceInThisNamespaceAndHierarchy)
 {
     CompileOk(MOF);
     auto& svc = Ns();
-    CBstr path(L"Employee.Name=\"Bob\""), missing(L"Person.Name=\"Nobody\""), noClass(L"Nope.Name=\"x\"");
-    EXPECT_EQ(WBEM_S_NO_ERROR, svc->DeleteInstance(path, 0, nullptr, nullptr));
-    EXPECT_EQ(WBEM_E_NOT_FOUND, svc->DeleteInstance(path, 0, nullptr, nullptr));
-    EXPECT_EQ(WBEM_E_NOT_FOUND, svc->DeleteInstance(missing, 0, nullptr, nullptr));
-    EXPECT_EQ(WBEM_E_INVALID_CLASS, svc->DeleteInstance(noClass, 0, nullptr, nullptr));
+    struct
+    {
+        const wchar_t* wszPath;
+        unsigned long hr;
+    } rows[] = {
+        {L"Employee.Name=\"Ann \\\"the\\\" C:\\\\x\"", WBEM_E_NOT_FOUND}, // a Person only
+        {L"\\\\.\\root\\cimv2:Person.Name=\"Bob\"", WBEM_E_INVALID_OBJECT_PATH},
+        {L"\\\\.\\root\\NoSuchNs:Person.Name=\"Bob\"", WBEM_E_INVALID_OBJECT_PATH},
+        {L"//SERVER/ROOT/default:Person.Name=\"Bob\"", WBEM_S_NO_ERROR}, // an Employee
+        {L"\\\\.\\root\\default:Employee.Name=\"Bob\"", WBEM_E_NOT_FOUND},
+        {L"Person.Name=\"Nobody\"", WBEM_E_NOT_FOUND},
+        {L"Nope.Name=\"x\"", WBEM_E_INVALID_CLASS},
+        {L"Person", WBEM_E_INVALID_OBJECT_PATH},
+    };
+    for (auto& row : rows)
+    {
+        CBstr path(row.wszPath);
+        EXPECT_EQ(row.hr, (unsigned long)svc->DeleteInstance(path, 0, nullptr, nullptr)) << row.wszPath;
+    }
     CComPtrT<IWbemClassObject> obj;
     EXPECT_EQ(WBEM_S_NO_ERROR, GetObj(svc.Get(), L"Person.Name=\"Ann \\\"the\\\" C:\\\\x\"", obj));
+    EXPECT_EQ(WBEM_E_INVALID_OBJECT_PATH, GetObj(svc.Get(), L"\\\\.\\root\\cimv2:Person.Name=\"Ann\"", obj));
+    // An instance of a subclass cannot take the keys of its superclass's instance.
+    WBEM_COMPILE_STATUS_INFO info = {};
+    EXPECT_EQ(WBEM_S_FALSE, Compile("instance of Employee { Name = \"ann \\\"the\\\" c:\\\\x\"; };", &info));
+    EXPECT_EQ(WBEM_E_ALREADY_EXISTS, info.hRes);
 }
 
 TEST_F(EmuTest, InstanceEnumerationIsDeepUnlessShallow)

@@ -94,3 +94,40 @@ TEST_F(EmuTest, QualifierPutDeleteAndNamesByOrigin)
     ASSERT_EQ(WBEM_S_NO_ERROR, bq->Get(L"Version", 0, &ver, nullptr));
     EXPECT_EQ(L"2.5", ver.Str());
 }
+
+// "IWbemServices::PutClass method" / "PutInstance method": WBEM_FLAG_USE_AMENDED_QUALIFIERS stores no
+// qualifier of the amended flavor; without it every qualifier is stored. Reads accept the flag.
+TEST_F(EmuTest, AmendedQualifiersAreNotStoredWithTheAmendedFlag)
+{
+    CompileOk("class QAm { [key] string K; };");
+    auto& svc = Ns();
+    for (long lFlags : {0L, (long)WBEM_FLAG_USE_AMENDED_QUALIFIERS})
+    {
+        CComPtrT<IWbemClassObject> cls, inst, back;
+        ASSERT_EQ(WBEM_S_NO_ERROR,
+                  svc->GetObject(CBstr(L"QAm"), WBEM_FLAG_USE_AMENDED_QUALIFIERS, nullptr, &cls, nullptr));
+        CComPtrT<IWbemQualifierSet> cq, iq, bq;
+        CVar text(L"localized");
+        ASSERT_EQ(WBEM_S_NO_ERROR, cls->GetQualifierSet(&cq));
+        ASSERT_EQ(WBEM_S_NO_ERROR, cq->Put(L"Description", &text, WBEM_FLAVOR_AMENDED));
+        ASSERT_EQ(WBEM_S_NO_ERROR, cq->Put(L"Plain", &text, 0));
+        ASSERT_EQ(WBEM_S_NO_ERROR, svc->PutClass(cls.Get(), lFlags, nullptr, nullptr));
+        ASSERT_EQ(WBEM_S_NO_ERROR, cls->SpawnInstance(0, &inst));
+        CVar k(L"1");
+        ASSERT_EQ(WBEM_S_NO_ERROR, inst->Put(L"K", 0, &k, 0));
+        ASSERT_EQ(WBEM_S_NO_ERROR, inst->GetQualifierSet(&iq));
+        ASSERT_EQ(WBEM_S_NO_ERROR, iq->Put(L"Note", &text, WBEM_FLAVOR_AMENDED));
+        ASSERT_EQ(WBEM_S_NO_ERROR, svc->PutInstance(inst.Get(), lFlags, nullptr, nullptr));
+        const std::wstring dump = Dump();
+        const bool bStored = lFlags == 0;
+        EXPECT_EQ(bStored, dump.find(L"qualifier Description") != std::wstring::npos) << lFlags;
+        EXPECT_EQ(bStored, dump.find(L"qualifier Note") != std::wstring::npos) << lFlags;
+        EXPECT_NE(std::wstring::npos, dump.find(L"qualifier Plain")) << lFlags;
+        CComPtrT<IEnumWbemClassObject> en;
+        ASSERT_EQ(WBEM_S_NO_ERROR,
+                  svc->CreateInstanceEnum(CBstr(L"QAm"), WBEM_FLAG_USE_AMENDED_QUALIFIERS, nullptr, &en));
+        EXPECT_EQ((std::vector<std::wstring>{L"QAm.K=\"1\""}), EnumNames(en.Get()));
+        ASSERT_EQ(WBEM_S_NO_ERROR, svc->DeleteClass(CBstr(L"QAm"), 0, nullptr, nullptr));
+        CompileOk("class QAm { [key] string K; };");
+    }
+}

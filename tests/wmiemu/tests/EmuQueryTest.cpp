@@ -9,6 +9,7 @@ class QrySub : QryItem { };
 instance of QryItem { Name = "alpha"; Size = 5; On = true; };
 instance of QryItem { Name = "beta"; Size = 50; On = false; };
 instance of QrySub { Name = "gamma"; Size = 500; };
+class ABC { };
 )";
 }
 
@@ -42,8 +43,10 @@ TEST_F(EmuQueryTest, MetaClassQueryFiltersClassNames)
     EXPECT_EQ((std::vector<std::wstring>{L"QryItem", L"QrySub"}),
               Query(L"SELECT * FROM meta_class WHERE __CLASS > \"Qry\" AND __CLASS < \"Qrz\"", nullptr,
                     L"__CLASS"));
-    auto nonSystem = Query(L"SELECT * FROM meta_class WHERE __CLASS > \"__zzz\"", nullptr, L"__CLASS");
-    EXPECT_EQ((std::vector<std::wstring>{L"QryItem", L"QrySub"}), nonSystem);
+    // "WQL Operators": string comparison ignores case, so "ABC" sorts after "__zzz" as "abc" does.
+    auto nonSystem =
+        Query(L"SELECT * FROM meta_class WHERE __CLASS > \"__zzzzzzzzzzz\"", nullptr, L"__CLASS");
+    EXPECT_EQ((std::vector<std::wstring>{L"QryItem", L"QrySub", L"ABC"}), nonSystem);
     EXPECT_EQ((std::vector<std::wstring>{L"QrySub"}),
               Query(L"SELECT * FROM meta_class WHERE __SUPERCLASS = 'QryItem'", nullptr, L"__CLASS"));
 }

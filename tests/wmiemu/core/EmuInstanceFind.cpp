@@ -1,0 +1,111 @@
+// EmuInstanceFind.cpp - finding a stored instance by an object path, and object paths compared as
+// paths (reference keys and reference values).
+#include "EmuRepository.h"
+
+#include <algorithm>
+
+namespace wmiemu
+{
+
+// Keys name one instance among the instances of the topmost class reached from cls through
+// superclasses that are not abstract ("IWbemServices::DeleteInstance method" works through the
+// topmost non-abstract class): subclasses of an abstract class (the provider registrations) each have
+// their own keys.
+std::wstring Repository::IdentityRoot(const std::wstring& ns, const std::wstring& cls) const
+{
+    const ClassDef* c = FindClassDef(ns, cls);
+    for (int n = 0; c && !c->superclass.empty() && n < 64; ++n)
+    {
+        const ClassDef* pSuper = FindClassDef(ns, c->superclass);
+        if (!pSuper || QualIsTrue(pSuper->quals, L"abstract"))
+            break;
+        c = pSuper;
+    }
+    return c ? c->name : cls;
+}
+
+// "Describing an Instance Object Path" / "Object paths": server "." and this machine's name are the
+// same server, namespace, class and key names ignore case, keys come in any order, and a relative
+// path names the namespace it is used in. Classes are compared by their IdentityRoot, within which
+// keys are unique; an unnamed key ("Class="v"") takes the name of the class's only key.
+std::wstring Repository::CanonicalPath(const std::wstring& ns, const std::wstring& path, int nDepth) const
+{
+    ObjectPath op;
+    if (nDepth > 8 || !ParseObjectPath(path, op))
+        return L"?" + Lower(path);
+    std::wstring server = op.server.empty() || NameEq(op.server, ServerName()) ? L"." : Lower(op.server);
+    std::wstring target = op.ns.empty() ? ns : op.ns, norm;
+    NormalizeNamespace(target, norm);
+    std::wstring r = L"\\\\" + server + L"\\" + Lower(norm) + L":" + Lower(IdentityRoot(norm, op.className));
+    if (op.singleton)
+        return r + L"=@";
+    Object cls;
+    std::vector<std::pair<std::wstring, std::wstring>> keys;
+    for (auto& [name, value] : op.keys)
+    {
+        std::wstring keyName = name;
+        CIMTYPE type = 0;
+        if (SUCCEEDED(GetClass(norm, op.className, cls)))
+        {
+            auto k = KeyValues(cls);
+            if (keyName.empty() && k.size() == 1)
+                keyName = k[0].first;
+            if (const Property* pp = FindProp(cls.props, keyName))
+                type = pp->type;
+        }
+        std::wstring text = type == CIM_REFERENCE && value.kind == Value::Kind::String
+                                ? CanonicalPath(norm, value.s, nDepth + 1)
+                                : KeyCompareText(value);
+        keys.push_back({Lower(keyName), text});
+    }
+    std::sort(keys.begin(), keys.end());
+    for (auto& [name, text] : keys)
+        r += L"," + name + L"=" + text;
+    return r;
+}
+
+// "IWbemServices::GetObject method" / "DeleteInstance method": a path of a class finds the instances
+// of that class and of the classes derived from it, never an instance only of a superclass.
+int Repository::FindInstance(const Namespace& ns, const std::wstring& cls, const ObjectPath& path) const
+{
+    for (size_t n = 0; n < ns.instances.size(); ++n)
+    {
+        const InstData& d = ns.instances[n];
+        if (!NameEq(d.className, cls) && !DerivesFrom(ns.path, d.className, cls))
+            continue;
+        Object o;
+        if (FAILED(MakeInstance(ns.path, d, o)))
+            continue;
+        auto keys = KeyValues(o);
+        if (path.singleton)
+        {
+            if (keys.empty())
+                return (int)n;
+            continue;
+        }
+        if (keys.size() != path.keys.size())
+            continue;
+        bool bMatch = true;
+        for (auto& [name, value] : path.keys)
+        {
+            auto it = std::find_if(keys.begin(), keys.end(), [&](const auto& k) {
+                return name.empty() ? keys.size() == 1 : NameEq(k.first, name);
+            });
+            const Property* pp = it == keys.end() ? nullptr : FindProp(o.props, it->first);
+            if (!pp)
+                bMatch = false;
+            else if (pp->type == CIM_REFERENCE && value.kind == Value::Kind::String &&
+                     it->second.kind == Value::Kind::String)
+                bMatch = CanonicalPath(ns.path, it->second.s) == CanonicalPath(ns.path, value.s);
+            else
+                bMatch = KeyCompareText(it->second) == KeyCompareText(value);
+            if (!bMatch)
+                break;
+        }
+        if (bMatch)
+            return (int)n;
+    }
+    return -1;
+}
+
+} // namespace wmiemu
