@@ -1,35 +1,21 @@
 // /CM end to end against the WMI emulator: which registered values are compiled and in which
 // folder, the record group of a file that fails, the job's result, and what the repository
 // holds afterwards.
+#include "CompileTestSupport.h"
 #include "EmuWorld.h"
 #include "TestKit.h"
 
 #include <gtest/gtest.h>
 
+using compiletest::ClassMof;
+using compiletest::Column;
 using testkit::RunTarvos;
-using testkit::SplitTabs;
 using testkit::TarvosRun;
 
 namespace
 {
 const char kFunction[] = "CCompMof::CompileMOFsFromRegistry";
 const char kCompileStep[] = "CMofCompiler::CompileInFolder";
-
-// One class in namespace root\TarvosTest, on lines 4 to 7.
-std::string ClassMof(const std::string& strClass)
-{
-    return "#pragma namespace(\"\\\\\\\\.\\\\root\")\n"
-           "instance of __Namespace { Name = \"TarvosTest\"; };\n"
-           "#pragma namespace(\"\\\\\\\\.\\\\root\\\\TarvosTest\")\n"
-           "class " +
-           strClass + "\n{\n    [key] string Name;\n};\n";
-}
-
-std::string Column(const std::string& strRecord, size_t nColumn)
-{
-    const auto cols = SplitTabs(strRecord);
-    return nColumn < cols.size() ? cols[nColumn] : std::string();
-}
 
 // The files handed to the compiler, in order.
 std::vector<std::string> CompiledFiles(const TarvosRun& run)
@@ -79,41 +65,6 @@ protected:
     }
 };
 
-// Takes the MOF compiler's registration out of the prefix for the life of the object.
-class CUnregisteredMofCompiler
-{
-public:
-    CUnregisteredMofCompiler()
-    {
-        HKEY hKey = nullptr;
-        if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, kServerKey, 0, KEY_READ, &hKey) == ERROR_SUCCESS)
-        {
-            char szDll[MAX_PATH] = "";
-            DWORD cbDll = sizeof(szDll) - 1;
-            RegQueryValueExA(hKey, nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(szDll), &cbDll);
-            m_strDll = szDll;
-            RegCloseKey(hKey);
-        }
-        RegDeleteTreeA(HKEY_LOCAL_MACHINE, kServerKey);
-        RegDeleteKeyA(HKEY_LOCAL_MACHINE, kServerKey);
-    }
-    ~CUnregisteredMofCompiler()
-    {
-        HKEY hKey = nullptr;
-        RegCreateKeyExA(HKEY_LOCAL_MACHINE, kServerKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &hKey,
-                        nullptr);
-        RegSetValueExA(hKey, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(m_strDll.c_str()),
-                       static_cast<DWORD>(m_strDll.size() + 1));
-        RegSetValueExA(hKey, "ThreadingModel", 0, REG_SZ, reinterpret_cast<const BYTE*>("Both"), 5);
-        RegCloseKey(hKey);
-    }
-    bool Saved() const { return !m_strDll.empty(); }
-
-private:
-    static constexpr const char* kServerKey =
-        "Software\\Classes\\CLSID\\{6DAF9757-2E37-11D2-AEC9-00C04FB68820}\\InprocServer32";
-    std::string m_strDll;
-};
 } // namespace
 
 TEST_F(CompileRegistry, KeyWithoutValuesCompilesNothing)
@@ -187,23 +138,17 @@ TEST_F(CompileRegistry, FailedFilesGiveOneGroupEachAndTheResultStaysZero)
     EXPECT_EQ(strBefore, m_world.Dump("root"));
 }
 
-TEST_F(CompileRegistry, MissingKeyIsNothingToDo)
-{
-    const auto run = RunTarvos("/cm /key=SOFTWARE\\TarvosTest\\NoSuchKey");
-    EXPECT_EQ(0u, run.dwExitCode);
-    EXPECT_TRUE(run.Records(kFunction).empty());
-    EXPECT_TRUE(run.Records("CMofCompiler::Create").empty());
-    EXPECT_TRUE(run.Has("nReturn=0 '"));
-}
-
 TEST_F(CompileRegistry, KeyNameIsCompletedBelowLocalMachine)
 {
     const std::string strMof = m_world.WriteMof("agent.mof", ClassMof("Tvs_One"));
     m_key.SetString("path", strMof);
-    // A root name in /KEY= is taken as a sub-key of HKEY_LOCAL_MACHINE: no such key.
+    // A root name in /KEY= is taken as a sub-key of HKEY_LOCAL_MACHINE: a missing key, which
+    // is nothing to do, and not a single record of the job.
     const auto rooted = RunTarvos("/cm \"/key=HKEY_LOCAL_MACHINE\\" + m_key.SubKey() + "\"");
     EXPECT_EQ(0u, rooted.dwExitCode);
     EXPECT_TRUE(rooted.Records(kFunction).empty());
+    EXPECT_TRUE(rooted.Records("CMofCompiler::Create").empty());
+    EXPECT_TRUE(rooted.Has("nReturn=0 '"));
 
     const auto plain = RunCm();
     EXPECT_EQ(0u, plain.dwExitCode);
@@ -226,8 +171,11 @@ TEST_F(CompileRegistry, UnregisteredCompilerIsSixteen)
     const std::string strBefore = m_world.Dump("root");
     TarvosRun run;
     {
-        CUnregisteredMofCompiler unregistered;
-        ASSERT_TRUE(unregistered.Saved());
+        compiletest::CPrefixValue unregistered(
+            HKEY_LOCAL_MACHINE,
+            "Software\\Classes\\CLSID\\{6DAF9757-2E37-11D2-AEC9-00C04FB68820}\\InprocServer32", nullptr,
+            nullptr);
+        ASSERT_TRUE(unregistered.Had());
         run = RunCm();
     }
     EXPECT_EQ(16u, run.dwExitCode);

@@ -1,5 +1,6 @@
 // /CF end to end against the WMI emulator: the path the compiler is given, the directory the
 // trace records are written in, and the version check's order and number format.
+#include "CompileTestSupport.h"
 #include "EmuWorld.h"
 #include "TestKit.h"
 
@@ -14,11 +15,7 @@ const char kCompile[] = "CCompMof::CheckVersionAndCompile";
 
 std::string AgentMof(const std::string& strVersion)
 {
-    return "#pragma namespace(\"\\\\\\\\.\\\\root\")\n"
-           "instance of __Namespace { Name = \"TarvosTest\"; };\n"
-           "#pragma namespace(\"\\\\\\\\.\\\\root\\\\TarvosTest\")\n"
-           "[Version(" +
-           strVersion + ")]\nclass Tvs_Step\n{\n    [key] string Name;\n};\n";
+    return compiletest::ClassMof("Tvs_Step", "[Version(" + strVersion + ")]\n");
 }
 
 // Index of the first record of the method (and category) at or after nFrom; lines.size() when none.
@@ -35,43 +32,6 @@ size_t Find(const testkit::TarvosRun& run, const std::string& strMethod, const s
     }
     return run.lines.size();
 }
-
-// Sets a value of the user's number format in the prefix for the life of the object.
-class CUserNumberFormat
-{
-public:
-    CUserNumberFormat(const char* szName, const char* szValue) : m_szName(szName), m_bHad(false)
-    {
-        RegCreateKeyExA(HKEY_CURRENT_USER, "Control Panel\\International", 0, nullptr, 0, KEY_ALL_ACCESS,
-                        nullptr, &m_hKey, nullptr);
-        char szOld[64] = "";
-        DWORD cbOld = sizeof(szOld) - 1;
-        m_bHad = RegQueryValueExA(m_hKey, szName, nullptr, nullptr, reinterpret_cast<BYTE*>(szOld), &cbOld) ==
-                 ERROR_SUCCESS;
-        m_strOld = szOld;
-        RegSetValueExA(m_hKey, szName, 0, REG_SZ, reinterpret_cast<const BYTE*>(szValue),
-                       static_cast<DWORD>(strlen(szValue) + 1));
-    }
-    ~CUserNumberFormat()
-    {
-        if (m_bHad)
-        {
-            RegSetValueExA(m_hKey, m_szName, 0, REG_SZ, reinterpret_cast<const BYTE*>(m_strOld.c_str()),
-                           static_cast<DWORD>(m_strOld.size() + 1));
-        }
-        else
-        {
-            RegDeleteValueA(m_hKey, m_szName);
-        }
-        RegCloseKey(m_hKey);
-    }
-
-private:
-    const char* m_szName;
-    HKEY m_hKey = nullptr;
-    bool m_bHad;
-    std::string m_strOld;
-};
 
 class CompileStep : public ::testing::Test
 {
@@ -137,12 +97,13 @@ TEST_F(CompileStep, RealVersionQualifierIgnoresTheUsersDecimalComma)
     const std::string strMof = m_world.WriteMof("agent.mof", AgentMof("\"2.5\""));
     testkit::TarvosRun run;
     {
-        CUserNumberFormat comma("sDecimal", ",");
+        compiletest::CPrefixValue comma(HKEY_CURRENT_USER, "Control Panel\\International", "sDecimal", ",");
         run = RunTarvos("/cf \"/mof=" + strMof + "\"");
     }
     EXPECT_EQ(0u, run.dwExitCode);
     const auto leave = run.Records("CWmiWork::ClassVersionCheck", "Leave");
     ASSERT_EQ(1u, leave.size());
-    EXPECT_EQ("ret=class definition exist and version information is identical", SplitTabs(leave[0])[8]);
+    EXPECT_EQ("ret=class definition exist and version information is identical",
+              compiletest::Column(leave[0], 8));
     EXPECT_TRUE(run.Records(kCompile, "Internal", "spMofCompiler->CompileFile succeeded").empty());
 }
