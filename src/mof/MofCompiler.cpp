@@ -52,7 +52,7 @@ HRESULT CMofCompiler::CompileInFolder(const char* szMof, std::string& strWorkDir
     {
         hr = m_spMofCompiler->CompileFile(wszMof.data(), nullptr, nullptr, nullptr, nullptr, 0, 0, 0, &info);
     }
-    gg_ptrc->Trace(4, szFunction, "Leave", "", "hRes=0x%X", static_cast<unsigned>(hr));
+    gg_ptrc->Trace(4, szFunction, "Leave", "", "hRet 0x%X", static_cast<unsigned>(hr));
     return hr;
 }
 

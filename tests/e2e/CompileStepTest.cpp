@@ -70,7 +70,9 @@ TEST_F(CompileStep, RelativeTraceFileFollowsTheCurrentDirectory)
     // its outcome. Everything from the job's Leave on is back in the starting directory.
     const auto inMofFolder = testkit::ReadTrace(m_world.Dir().File("mof\\cf.trc"));
     ASSERT_EQ(2u, inMofFolder.lines.size()) << inMofFolder.strTrace;
-    EXPECT_EQ(1u, inMofFolder.Records("CMofCompiler::CompileInFolder", "Leave").size());
+    const auto stepLeave = inMofFolder.Records("CMofCompiler::CompileInFolder", "Leave");
+    ASSERT_EQ(1u, stepLeave.size());
+    EXPECT_EQ("hRet 0x0", compiletest::Column(stepLeave[0], 8));
     EXPECT_EQ(1u, inMofFolder.Records(kCompile, "Internal", "spMofCompiler->CompileFile succeeded").size());
     const size_t nLeave = Find(run, kCompile, "Leave");
     ASSERT_LT(nLeave, run.lines.size());
