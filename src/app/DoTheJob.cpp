@@ -35,6 +35,10 @@ ExitCode DoTheJob(WbemUtil& util)
             {
                 nReturn = CCompMof::CheckVersionAndCompile(util.mof.c_str(), util.Force != FALSE);
             }
+            if (util.CompileFromReg)
+            {
+                nReturn = CCompMof::CompileMOFsFromRegistry(util.reg);
+            }
         }
         catch (HRESULT hr)
         {

@@ -2,40 +2,12 @@
 #include "CompMof.h"
 
 #include "ArcaTrace.h"
-#include "ComPtr.h"
+#include "MofCompiler.h"
 #include "MofParse.h"
-#include "StringConversion.h"
 #include "WmiErrorText.h"
 #include "WmiWork.h"
 
-#include <windows.h>
-#include <wbemcli.h>
-
 #include <string>
-
-namespace
-{
-const DWORD kMaxDirectory = 1024;
-// In-process server and handler, local and remote server.
-const DWORD kMofCompilerContext = 0x17;
-
-// Restores the saved current directory on every way out, thrown exceptions included.
-class CCurrentDirectoryRestorer
-{
-public:
-    CCurrentDirectoryRestorer()
-    {
-        m_szSaved[0] = '\0';
-        GetCurrentDirectoryA(kMaxDirectory, m_szSaved);
-    }
-    ~CCurrentDirectoryRestorer() { SetCurrentDirectoryA(m_szSaved); }
-    CCurrentDirectoryRestorer(const CCurrentDirectoryRestorer&) = delete;
-    CCurrentDirectoryRestorer& operator=(const CCurrentDirectoryRestorer&) = delete;
-
-private:
-    char m_szSaved[kMaxDirectory];
-};
-} // namespace
 
 ExitCode CCompMof::CheckVersionAndCompile(const char* szMof, bool OverwriteSameVersion)
 {
@@ -43,8 +15,8 @@ ExitCode CCompMof::CheckVersionAndCompile(const char* szMof, bool OverwriteSameV
     ExitCode ret = EXITCODE_OK;
     gg_ptrc->Trace(3, szFunction, "Enter", "", "szMof='%s', OverwriteSameVersion=%s", szMof,
                    OverwriteSameVersion ? "true" : "false");
-    CCurrentDirectoryRestorer directory;
-    CCComPtr<IMofCompiler> spMofCompiler;
+    CCurrentDirectory directory;
+    CMofCompiler mofCompiler;
     CMofParse mp;
     do
     {
@@ -77,8 +49,7 @@ ExitCode CCompMof::CheckVersionAndCompile(const char* szMof, bool OverwriteSameV
                 break;
             }
         }
-        HRESULT hr = CoCreateInstance(CLSID_MofCompiler, nullptr, kMofCompilerContext, IID_IMofCompiler,
-                                      spMofCompiler.PutVoid());
+        HRESULT hr = mofCompiler.Create();
         if (FAILED(hr))
         {
             gg_ptrc->Trace(1, szFunction, "Internal", "Could not launch MofCompiler!", "Error 0x%x!",
@@ -86,20 +57,9 @@ ExitCode CCompMof::CheckVersionAndCompile(const char* szMof, bool OverwriteSameV
             ret = EXITCODE_ERR_MOFCOMP_CONNECT;
             break;
         }
-        // Relative include pragmas resolve against the file's own directory.
-        std::string strWorkDir = szMof;
-        const size_t nLastBackslash = strWorkDir.rfind('\\');
-        if (nLastBackslash == std::string::npos)
-        {
-            throw static_cast<HRESULT>(E_INVALIDARG);
-        }
-        strWorkDir.erase(nLastBackslash);
-        SetCurrentDirectoryA(strWorkDir.c_str());
-
-        CCStringConversion mofW(szMof);
+        std::string strWorkDir;
         WBEM_COMPILE_STATUS_INFO info = {};
-        hr = spMofCompiler->CompileFile(const_cast<wchar_t*>(static_cast<const wchar_t*>(mofW)), nullptr, nullptr,
-                                        nullptr, nullptr, 0, 0, 0, &info);
+        hr = mofCompiler.CompileInFolder(szMof, strWorkDir, info);
         // The compiler reports a failed compilation by WBEM_S_FALSE; nothing else counts as failure.
         if (hr == WBEM_S_FALSE)
         {
@@ -119,6 +79,9 @@ ExitCode CCompMof::CheckVersionAndCompile(const char* szMof, bool OverwriteSameV
                            static_cast<unsigned>(hr));
         }
     } while (false);
+    // The Leave record is written in the directory the job started in.
+    directory.Restore();
     gg_ptrc->Trace(3, szFunction, "Leave", "", "ret=%d", static_cast<int>(ret));
+    mofCompiler.Release();
     return ret;
 }

@@ -72,8 +72,11 @@ int CWmiWork::ClassVersionCheck(const char* szNamespace, const char* szClass, co
         else
         {
             // The value is read as a string and both sides as numbers. A qualifier that is not a
-            // string (Version(2)) would be read through a wrong pointer: it is converted first.
-            if (vVersion.vt != VT_BSTR && FAILED(VariantChangeType(&vVersion, &vVersion, 0, VT_BSTR)))
+            // string (Version(2.5)) would be read through a wrong pointer: it is converted first,
+            // with the invariant locale, so that its decimal point is the one atof reads
+            // whatever the user's number format.
+            if (vVersion.vt != VT_BSTR &&
+                FAILED(VariantChangeTypeEx(&vVersion, &vVersion, LOCALE_INVARIANT, 0, VT_BSTR)))
             {
                 VariantClear(&vVersion);
             }
@@ -86,16 +89,17 @@ int CWmiWork::ClassVersionCheck(const char* szNamespace, const char* szClass, co
                    : dInstalled == dGiven ? CLASSVERSION_IDENTICAL
                                           : CLASSVERSION_INSTALLED_OLDER;
         }
+        const char* szText = ClassVersionText(nRet);
+        char szUnknown[32];
+        if (szText == nullptr)
+        {
+            _snprintf(szUnknown, sizeof(szUnknown), "%d, unknown code", nRet);
+            szUnknown[sizeof(szUnknown) - 1] = '\0';
+            szText = szUnknown;
+        }
+        // Leave first, then the value and the access object (whose release traces) go.
+        gg_ptrc->Trace(3, szFunction, "Leave", "Method ClassVersionCheck has been left.", "ret=%s", szText);
+        VariantClear(&vVersion);
     }
-    const char* szText = ClassVersionText(nRet);
-    char szUnknown[32];
-    if (szText == nullptr)
-    {
-        _snprintf(szUnknown, sizeof(szUnknown), "%d, unknown code", nRet);
-        szUnknown[sizeof(szUnknown) - 1] = '\0';
-        szText = szUnknown;
-    }
-    gg_ptrc->Trace(3, szFunction, "Leave", "Method ClassVersionCheck has been left.", "ret=%s", szText);
-    VariantClear(&vVersion);
     return nRet;
 }

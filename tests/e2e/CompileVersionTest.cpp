@@ -194,7 +194,12 @@ TEST_F(CompileVersion, RelativeIncludesResolveInTheMofsDirectory)
         "inc\\main.mof", "#pragma include(\"parts\\\\agent_class.mof\")\n"
                          "#pragma namespace(\"\\\\\\\\.\\\\root\\\\TarvosTest\")\n"
                          "instance of Tvs_Agent { Name = \"second\"; Level = 2; };\n");
+    // The compiler looks in the current directory first: a decoy there wins unless the
+    // MOF's directory is the current one.
     testkit::CScratchDir elsewhere;
+    CreateDirectoryA(elsewhere.File("parts").c_str(), nullptr);
+    testkit::WriteBytes(elsewhere.File("parts\\agent_class.mof"),
+                        AgentMof("[Version(\"1.0\")]", "    string Decoy;\n"));
     testkit::TarvosOptions options;
     options.strWorkDir = elsewhere.Path();
     const auto run = RunTarvos("/cf /mof=" + strMain, options);
@@ -203,6 +208,7 @@ TEST_F(CompileVersion, RelativeIncludesResolveInTheMofsDirectory)
     const std::string strDump = m_world.Dump("root\\TarvosTest");
     EXPECT_NE(std::string::npos, strDump.find("second"));
     EXPECT_NE(std::string::npos, strDump.find("agent"));
+    EXPECT_EQ(std::string::npos, strDump.find("Decoy"));
 }
 
 TEST_F(CompileVersion, AccessDeniedConnectionIsAWmiConnectError)

@@ -335,7 +335,9 @@ TarvosRun RunProgram(const std::string& strCommandLine, const std::string& strWo
 TarvosRun RunTarvos(const std::string& strArgs, const TarvosOptions& options)
 {
     CScratchDir dir;
-    const std::string strTraceFile = dir.File("tarvos.trc");
+    const std::string strWorkDir = options.strWorkDir.empty() ? dir.Path() : options.strWorkDir;
+    const std::string strTraceFile =
+        options.strTraceFile.empty() ? dir.File("tarvos.trc") : options.strTraceFile;
     CScratchKey key(kTarvosTraceKey);
     if (options.bTrace)
     {
@@ -345,13 +347,22 @@ TarvosRun RunTarvos(const std::string& strArgs, const TarvosOptions& options)
         key.SetString("TraceFile", strTraceFile);
     }
     const std::string strCmd = "\"" + TarvosExe() + "\"" + (strArgs.empty() ? "" : " " + strArgs);
-    TarvosRun run =
-        RunProgram(strCmd, options.strWorkDir.empty() ? dir.Path() : options.strWorkDir, options.dwTimeoutMs);
-    if (FileExists(strTraceFile))
-    {
-        run.strTrace = ReadUtf16Text(strTraceFile);
-        run.lines = SplitRecords(run.strTrace);
-    }
+    TarvosRun run = RunProgram(strCmd, strWorkDir, options.dwTimeoutMs);
+    const bool bRelative = strTraceFile.size() < 2 || (strTraceFile[1] != ':' && strTraceFile[0] != '\\');
+    const TarvosRun trace = ReadTrace(bRelative ? strWorkDir + "\\" + strTraceFile : strTraceFile);
+    run.strTrace = trace.strTrace;
+    run.lines = trace.lines;
     return run;
+}
+
+TarvosRun ReadTrace(const std::string& strPath)
+{
+    TarvosRun trace;
+    if (FileExists(strPath))
+    {
+        trace.strTrace = ReadUtf16Text(strPath);
+        trace.lines = SplitRecords(trace.strTrace);
+    }
+    return trace;
 }
 } // namespace testkit

@@ -93,8 +93,13 @@ struct TarvosOptions
     DWORD dwTimeoutMs = 60000;
     unsigned nTraceLevel = 6;
     bool bTrace = true;
+    // Empty: a file in a scratch folder. A relative name is opened against the current
+    // directory of each record; the run's trace is then the one in the working directory.
+    std::string strTraceFile;
 };
 
+// A trace file's text and records (empty when there is no such file).
+TarvosRun ReadTrace(const std::string& strPath);
 // Full path of Tarvos.exe in the build tree.
 std::string TarvosExe();
 // Runs Tarvos.exe with the given argument text, tracing at nTraceLevel into a scratch file.

@@ -1,0 +1,283 @@
+// /CM end to end against the WMI emulator: which registered values are compiled and in which
+// folder, the record group of a file that fails, the job's result, and what the repository
+// holds afterwards.
+#include "CompileTestSupport.h"
+#include "EmuWorld.h"
+#include "TestKit.h"
+
+#include <gtest/gtest.h>
+
+using compiletest::ClassMof;
+using compiletest::Column;
+using testkit::RunTarvos;
+using testkit::TarvosRun;
+
+namespace
+{
+const char kFunction[] = "CCompMof::CompileMOFsFromRegistry";
+const char kCompileStep[] = "CMofCompiler::CompileInFolder";
+
+// The files handed to the compiler, in order.
+std::vector<std::string> CompiledFiles(const TarvosRun& run)
+{
+    std::vector<std::string> files;
+    for (const std::string& strRecord : run.Records(kCompileStep, "Enter"))
+    {
+        const std::string strMessage = Column(strRecord, 8); // szMof='...'
+        files.push_back(strMessage.substr(7, strMessage.size() - 8));
+    }
+    return files;
+}
+
+// Each failed file's record group as "level message" lines: the level-1 record and the five
+// records that must follow it at once.
+std::vector<std::string> FailureGroups(const TarvosRun& run)
+{
+    std::vector<std::string> groups;
+    for (size_t i = 0; i < run.lines.size(); ++i)
+    {
+        if (Column(run.lines[i], 7) != "Could not compile MOF %s!")
+        {
+            continue;
+        }
+        std::string strGroup;
+        for (size_t j = i; j < i + 6 && j < run.lines.size(); ++j)
+        {
+            const bool bOurs = Column(run.lines[j], 4) + "::" + Column(run.lines[j], 5) == kFunction &&
+                               Column(run.lines[j], 6) == "Internal";
+            strGroup += (bOurs ? Column(run.lines[j], 3) + " " : "<other> ") + Column(run.lines[j], 8) + "\n";
+        }
+        groups.push_back(strGroup);
+    }
+    return groups;
+}
+
+class CompileRegistry : public ::testing::Test
+{
+protected:
+    testkit::CEmuWorld m_world;
+    testkit::CScratchKey m_key{std::string("SOFTWARE\\TarvosTest\\MOF_") +
+                               ::testing::UnitTest::GetInstance()->current_test_info()->name()};
+
+    TarvosRun RunCm(const testkit::TarvosOptions& options = testkit::TarvosOptions()) const
+    {
+        return RunTarvos("/cm \"/key=" + m_key.SubKey() + "\"", options);
+    }
+};
+
+} // namespace
+
+TEST_F(CompileRegistry, KeyWithoutValuesCompilesNothing)
+{
+    const std::string strBefore = m_world.Dump("root");
+    const auto run = RunCm();
+    EXPECT_EQ(0u, run.dwExitCode);
+    EXPECT_TRUE(CompiledFiles(run).empty());
+    ASSERT_EQ(1u, run.Records(kFunction, "Leave").size());
+    EXPECT_EQ("ret=0", Column(run.Records(kFunction, "Leave")[0], 8));
+    EXPECT_EQ(strBefore, m_world.Dump("root"));
+}
+
+TEST_F(CompileRegistry, OnlyNonEmptyStringValuesAreCompiled)
+{
+    const std::string strMof = m_world.WriteMof("agent.mof", ClassMof("Tvs_One"));
+    m_world.WriteMof("expand.mof", ClassMof("Tvs_Expanded"));
+    SetEnvironmentVariableA("TVS_MOFDIR", m_world.Dir().Path().c_str());
+    m_key.SetDword("1_dword", 7);
+    m_key.SetString("2_path", strMof);
+    m_key.SetString("3_expand", "%TVS_MOFDIR%\\expand.mof", REG_EXPAND_SZ);
+    m_key.SetString("4_empty", "");
+    m_key.SetBinary("5_binary", strMof);
+    const auto run = RunCm();
+    SetEnvironmentVariableA("TVS_MOFDIR", nullptr);
+    EXPECT_EQ(0u, run.dwExitCode);
+    EXPECT_EQ(std::vector<std::string>{strMof}, CompiledFiles(run));
+    EXPECT_TRUE(FailureGroups(run).empty());
+    testkit::CEmuWorld reference;
+    reference.Seed(ClassMof("Tvs_One"));
+    EXPECT_EQ(reference.Dump("root"), m_world.Dump("root"));
+}
+
+TEST_F(CompileRegistry, FailedFilesGiveOneGroupEachAndTheResultStaysZero)
+{
+    // A parse error on line 26 (0x1a), the third object of the file.
+    std::string strBroken = ClassMof("Tvs_A");
+    for (int nLine = 8; nLine < 26; ++nLine)
+    {
+        strBroken += "// filler\n";
+    }
+    const std::string strA = m_world.WriteMof("a.mof", strBroken + "instance of Tvs_A { Name = ; };\n");
+    // A class the repository refuses to store.
+    const std::string strB = m_world.WriteMof("b.mof", ClassMof("Tvs_B"));
+    m_world.Fault("PutClass 0x80041003 class=Tvs_B");
+    m_key.SetString("a", strA);
+    m_key.SetString("b", strB);
+    const std::string strBefore = m_world.Dump("root");
+    const auto run = RunCm();
+    EXPECT_EQ(0u, run.dwExitCode);
+    const auto groups = FailureGroups(run);
+    ASSERT_EQ(2u, groups.size()) << run.strTrace;
+    EXPECT_EQ(0u, groups[0].rfind("Error " + strA +
+                                      "\nVerbose compile_status_info.lPhaseError = 2 'parsing'!\n"
+                                      "Verbose compile_status_info.hRes = 8004",
+                                  0))
+        << groups[0];
+    EXPECT_NE(std::string::npos, groups[0].find("!\nVerbose compile_status_info.ObjectNum = 3!\n"
+                                                "Verbose compile_status_info.FirstLine = 1a!\n"
+                                                "Verbose compile_status_info.LastLine = 1a!\n"))
+        << groups[0];
+    EXPECT_EQ(
+        0u, groups[1].rfind("Error " + strB +
+                                "\nVerbose compile_status_info.lPhaseError = 3 'error occurred while storing "
+                                "the data'!\nVerbose compile_status_info.hRes = 80041003!\n"
+                                "Verbose compile_status_info.ObjectNum = 2!\n",
+                            0))
+        << groups[1];
+    EXPECT_EQ("ret=0", Column(run.Records(kFunction, "Leave").at(0), 8));
+    EXPECT_TRUE(run.Has("nReturn=0 '"));
+    EXPECT_EQ(strBefore, m_world.Dump("root"));
+}
+
+TEST_F(CompileRegistry, KeyNameIsCompletedBelowLocalMachine)
+{
+    const std::string strMof = m_world.WriteMof("agent.mof", ClassMof("Tvs_One"));
+    m_key.SetString("path", strMof);
+    // A root name in /KEY= is taken as a sub-key of HKEY_LOCAL_MACHINE: a missing key, which
+    // is nothing to do, and not a single record of the job.
+    const auto rooted = RunTarvos("/cm \"/key=HKEY_LOCAL_MACHINE\\" + m_key.SubKey() + "\"");
+    EXPECT_EQ(0u, rooted.dwExitCode);
+    EXPECT_TRUE(rooted.Records(kFunction).empty());
+    EXPECT_TRUE(rooted.Records("CMofCompiler::Create").empty());
+    EXPECT_TRUE(rooted.Has("nReturn=0 '"));
+
+    const auto plain = RunCm();
+    EXPECT_EQ(0u, plain.dwExitCode);
+    EXPECT_EQ(std::vector<std::string>{strMof}, CompiledFiles(plain));
+
+    testkit::CScratchKey defaultKey("SOFTWARE\\Brevane\\Vintrel\\Infrastructure\\MOF");
+    const std::string strOther = m_world.WriteMof("other.mof", ClassMof("Tvs_Two"));
+    defaultKey.SetString("other", strOther);
+    const auto byDefault = RunTarvos("/cm");
+    EXPECT_EQ(0u, byDefault.dwExitCode);
+    EXPECT_EQ(std::vector<std::string>{strOther}, CompiledFiles(byDefault));
+    const std::string strDump = m_world.Dump("root\\TarvosTest");
+    EXPECT_NE(std::string::npos, strDump.find("Tvs_One"));
+    EXPECT_NE(std::string::npos, strDump.find("Tvs_Two"));
+}
+
+TEST_F(CompileRegistry, UnregisteredCompilerIsSixteen)
+{
+    m_key.SetString("path", m_world.WriteMof("agent.mof", ClassMof("Tvs_One")));
+    const std::string strBefore = m_world.Dump("root");
+    TarvosRun run;
+    {
+        compiletest::CPrefixValue unregistered(
+            HKEY_LOCAL_MACHINE,
+            "Software\\Classes\\CLSID\\{6DAF9757-2E37-11D2-AEC9-00C04FB68820}\\InprocServer32", nullptr,
+            nullptr);
+        ASSERT_TRUE(unregistered.Had());
+        run = RunCm();
+    }
+    EXPECT_EQ(16u, run.dwExitCode);
+    const auto failed = run.Records(kFunction, "Internal", "Could not launch MofCompiler!");
+    ASSERT_EQ(1u, failed.size());
+    EXPECT_EQ("Error", Column(failed[0], 3));
+    EXPECT_EQ(0u, Column(failed[0], 8).rfind("Error 0x80040154! '", 0)) << failed[0];
+    EXPECT_TRUE(CompiledFiles(run).empty());
+    EXPECT_EQ(strBefore, m_world.Dump("root"));
+}
+
+TEST_F(CompileRegistry, PathWithoutFolderTakesTheExceptionRoute)
+{
+    const std::string strMof = m_world.WriteMof("agent.mof", ClassMof("Tvs_One"));
+    m_key.SetString("a", strMof);
+    m_key.SetString("b", "agent.mof");
+    const auto run = RunCm();
+    EXPECT_EQ(19u, run.dwExitCode);
+    const auto caught = run.Records("DoTheJob", "Exception", "Exception caught");
+    ASSERT_EQ(1u, caught.size());
+    EXPECT_EQ(0u, Column(caught[0], 8).rfind("hr=0x80070057 '", 0));
+    EXPECT_TRUE(run.Records(kFunction, "Leave").empty());
+    EXPECT_NE(std::string::npos, m_world.Dump("root\\TarvosTest").find("Tvs_One"));
+}
+
+TEST_F(CompileRegistry, EachFileIsCompiledInItsOwnFolder)
+{
+    // Each main file includes "parts\inc.mof" of its own folder; the starting directory holds
+    // a decoy that wins when the folder is not entered, and the first folder's part wins
+    // for the second file when the folder is entered only once.
+    testkit::CScratchDir start;
+    const std::string strDecoy = start.File("parts");
+    CreateDirectoryA(strDecoy.c_str(), nullptr);
+    testkit::WriteBytes(strDecoy + "\\inc.mof", ClassMof("Tvs_Decoy"));
+    m_world.WriteMof("A\\parts\\inc.mof", ClassMof("Tvs_FromA"));
+    m_world.WriteMof("B\\parts\\inc.mof", ClassMof("Tvs_FromB"));
+    const std::string strInclude = "#pragma include(\"parts\\\\inc.mof\")\n";
+    m_key.SetString("a", m_world.WriteMof("A\\main.mof", strInclude));
+    m_key.SetString("b", m_world.WriteMof("B\\main.mof", strInclude));
+    testkit::TarvosOptions options;
+    options.strWorkDir = start.Path();
+    options.strTraceFile = "cm.trc"; // follows the current directory
+    const auto run = RunCm(options);
+    EXPECT_EQ(0u, run.dwExitCode);
+    const std::string strDump = m_world.Dump("root\\TarvosTest");
+    EXPECT_NE(std::string::npos, strDump.find("Tvs_FromA"));
+    EXPECT_NE(std::string::npos, strDump.find("Tvs_FromB"));
+    EXPECT_EQ(std::string::npos, strDump.find("Tvs_Decoy"));
+
+    // The starting directory's trace holds the job's Enter and Leave and the first Enter of
+    // the compile step; folder A the end of the first compile and, as the directory is not
+    // restored between files, the start of the second; folder B the end of the second.
+    const auto inA = testkit::ReadTrace(m_world.Dir().File("A\\cm.trc"));
+    const auto inB = testkit::ReadTrace(m_world.Dir().File("B\\cm.trc"));
+    EXPECT_EQ(1u, run.Records(kFunction, "Enter").size());
+    EXPECT_EQ(1u, run.Records(kFunction, "Leave").size());
+    EXPECT_EQ(std::vector<std::string>{m_world.Dir().File("A\\main.mof")}, CompiledFiles(run));
+    EXPECT_TRUE(run.Records(kCompileStep, "Leave").empty());
+    EXPECT_EQ(1u, inA.Records(kCompileStep, "Leave").size());
+    EXPECT_EQ(std::vector<std::string>{m_world.Dir().File("B\\main.mof")}, CompiledFiles(inA));
+    EXPECT_EQ(1u, inB.Records(kCompileStep, "Leave").size());
+    EXPECT_EQ(1u, inB.lines.size());
+    EXPECT_TRUE(run.Has("nReturn=0 '"));
+}
+
+TEST_F(CompileRegistry, BadRegisteredFilesEachGiveAFailureGroup)
+{
+    CreateDirectoryA(m_world.Dir().File("folder.mof").c_str(), nullptr);
+    const char kPicture[] = "\x89PNG\r\n\x1a\n\0\0\0\rIHDR\xff\xfe{";
+    const std::vector<std::string> bad = {
+        m_world.Dir().File("missing.mof"),
+        m_world.Dir().File("folder.mof"),
+        m_world.WriteMof("picture.mof", std::string(kPicture, sizeof(kPicture) - 1)),
+        m_world.Dir().File(std::string(270, 'x') + "\\agent.mof"),
+    };
+    for (size_t i = 0; i < bad.size(); ++i)
+    {
+        m_key.SetString(std::to_string(i).c_str(), bad[i]);
+    }
+    // A 0-byte file is an empty MOF to the emulated compiler (see its README): nothing to
+    // store and nothing to report.
+    const std::string strEmpty = m_world.WriteMof("empty.mof", "");
+    m_key.SetString("8_empty", strEmpty);
+    const std::string strGood = m_world.WriteMof("good.mof", ClassMof("Tvs_One"));
+    m_key.SetString("9_good", strGood);
+    const auto run = RunCm();
+    ASSERT_FALSE(run.bTimedOut);
+    EXPECT_EQ(0u, run.dwExitCode);
+    const auto groups = FailureGroups(run);
+    ASSERT_EQ(bad.size(), groups.size()) << run.strTrace;
+    for (size_t i = 0; i < bad.size(); ++i)
+    {
+        EXPECT_EQ(0u, groups[i].rfind("Error " + bad[i] +
+                                          "\nVerbose compile_status_info.lPhaseError = 2 'parsing'!\n"
+                                          "Verbose compile_status_info.hRes = 8004",
+                                      0))
+            << groups[i];
+        EXPECT_EQ(std::string::npos, groups[i].find("<other>")) << groups[i];
+    }
+    auto expected = bad;
+    expected.push_back(strEmpty);
+    expected.push_back(strGood);
+    EXPECT_EQ(expected, CompiledFiles(run));
+    EXPECT_NE(std::string::npos, m_world.Dump("root\\TarvosTest").find("Tvs_One"));
+}
