@@ -78,7 +78,6 @@ TEST_F(WmiWorkDeleteTest, NamespaceThatIsNotEmptyIsKeptWithoutForce)
     const std::string strBefore = Repository();
     for (const Case& c : cases)
     {
-        gg_ptrc->InitExplicit(m_strTrace.c_str(), 6, TRCFLAG_CLEAR);
         EXPECT_FALSE(CWmiWork::NamespaceDelete(c.szNamespace, false)) << c.szNamespace;
         EXPECT_EQ(1u, Count(c.szLevel, c.szText)) << c.szNamespace;
     }
