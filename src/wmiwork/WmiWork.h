@@ -92,4 +92,9 @@ public:
 
     // The trace text of a ClassVersionCheck result.
     static const char* ClassVersionText(int nCode);
+
+private:
+    // ConnectToNamespace for the operation szFunction; a failure is traced there as
+    // "ConnectToNamespace failed" with the HRESULT and its text.
+    static HRESULT ConnectTraced(const char* szFunction, const char* szNamespace, IWbemServices** ppServices);
 };

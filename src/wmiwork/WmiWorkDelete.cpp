@@ -25,13 +25,8 @@ HRESULT CWmiWork::SpecificInstanceDelete(const char* szNamespace, const char* sz
     gg_ptrc->Trace(3, szFunction, "Enter", "Method SpecificInstanceDelete has been entered.",
                    "NS='%s', relpath='%s'", szNamespace, szRelPath);
     CCComPtr<IWbemServices> spServices;
-    HRESULT hRet = ConnectToNamespace(szNamespace, spServices.Put());
-    if (FAILED(hRet))
-    {
-        gg_ptrc->Trace(1, szFunction, "Internal", "ConnectToNamespace failed", "hr=0x%X '%s'",
-                       static_cast<unsigned>(hRet), WmiErrorText(hRet));
-    }
-    else
+    HRESULT hRet = ConnectTraced(szFunction, szNamespace, spServices.Put());
+    if (SUCCEEDED(hRet))
     {
         CCWmiBstr bstrPath(szRelPath);
         hRet = spServices->DeleteInstance(bstrPath, 0, nullptr, nullptr);
@@ -79,12 +74,7 @@ bool CWmiWork::InstanceDelete(const char* szNamespace, const char* szClass, cons
             gg_ptrc->Trace(2, szFunction, "Internal", "oAcc.ExecuteQuery failed", "hr=0x%X '%s'",
                            static_cast<unsigned>(hr), WmiErrorText(hr));
         }
-        else if (FAILED(hr = ConnectToNamespace(szNamespace, spServices.Put())))
-        {
-            gg_ptrc->Trace(1, szFunction, "Internal", "ConnectToNamespace failed", "hr=0x%X '%s'",
-                           static_cast<unsigned>(hr), WmiErrorText(hr));
-        }
-        else
+        else if (SUCCEEDED(ConnectTraced(szFunction, szNamespace, spServices.Put())))
         {
             // Single failures are traced and passed over; the deletion as a whole succeeds.
             bRet = true;

@@ -60,13 +60,8 @@ HRESULT CWmiWork::PropNamesAndTypesGet(const char* szNamespace, const char* szCl
     list.clear();
     CCComPtr<IWbemServices> spServices;
     CCComPtr<IWbemClassObject> spClass;
-    HRESULT hRet = ConnectToNamespace(szNamespace, spServices.Put());
-    if (FAILED(hRet))
-    {
-        gg_ptrc->Trace(1, szFunction, "Internal", "ConnectToNamespace failed", "hr=0x%X '%s'",
-                       static_cast<unsigned>(hRet), WmiErrorText(hRet));
-    }
-    else
+    HRESULT hRet = ConnectTraced(szFunction, szNamespace, spServices.Put());
+    if (SUCCEEDED(hRet))
     {
         CCWmiBstr bstrClass(szClass);
         hRet = spServices->GetObject(bstrClass, 0, nullptr, spClass.Put(), nullptr);

@@ -125,8 +125,15 @@ int main(int argc, char** argv)
     {
         for (int nKind = 0; nKind < 3; ++nKind)
         {
-            world.Tool("reset");
-            world.Seed(BenchMof());
+            DWORD dwExit = 0;
+            world.Tool("reset", &dwExit);
+            const std::string strSeed =
+                world.Tool("seed \"" + world.WriteMof("seed.mof", BenchMof()) + "\"", &dwExit);
+            if (dwExit != 0)
+            {
+                fprintf(stderr, "seeding failed: %s\n", strSeed.c_str());
+                return 1;
+            }
             const std::string strList = strMof + std::string(2, '\0');
             RegSetValueExA(hKey, "Autorecover MOFs", 0, REG_MULTI_SZ,
                            reinterpret_cast<const BYTE*>(strList.data()), static_cast<DWORD>(strList.size()));
@@ -146,6 +153,11 @@ int main(int argc, char** argv)
                 return 1;
             }
             (nKind == 0 ? off : nKind == 1 ? level4 : client).push_back(dSeconds);
+            fprintf(stderr, "round %d, %s: %.3f s\n", nRound,
+                    nKind == 0   ? "trace off"
+                    : nKind == 1 ? "trace level 4"
+                                 : "minimal client",
+                    dSeconds);
         }
     }
     RegCloseKey(hKey);

@@ -98,11 +98,9 @@ protected:
     std::string m_strMof = m_world.WriteMof("agent.mof", kAgentMof);
 
     void SetUp() override { AutoRecoverSet(MultiSz({"C:\\other.mof"})); }
-    testkit::TarvosRun Delete(const std::string& strMof, unsigned nLevel = 6)
+    testkit::TarvosRun Delete(const std::string& strMof, const std::string& strMore = "")
     {
-        testkit::TarvosOptions options;
-        options.nTraceLevel = nLevel;
-        return RunTarvos("/dd \"/mof=" + strMof + "\"", options);
+        return RunTarvos("/dd \"/mof=" + strMof + "\"" + strMore);
     }
     // The messages of the records of DoDeleteInstances/DoDeleteNonSystemClasses with one text.
     std::vector<std::string> Messages(const testkit::TarvosRun& run, const std::string& strText) const
@@ -214,6 +212,11 @@ TEST_F(MofDelete, FilesThatCannotBeUndoneChangeNothing)
         EXPECT_TRUE(run.Has(c.szText)) << c.szName << "\n" << run.strTrace;
         EXPECT_EQ(strBefore, m_world.Dump("root")) << c.szName;
     }
+    // With an INI file named as well only the MOF route runs: a missing INI file would give 3.
+    const auto both =
+        Delete(m_world.WriteMof("empty.mof", ""), " \"/ini=" + m_world.Dir().File("none.ini") + "\"");
+    EXPECT_EQ(0u, both.dwExitCode);
+    EXPECT_EQ(1u, both.Records("DoDeleteFromAutoRecoverList", "Leave").size());
 }
 
 TEST_F(MofDelete, AutoRecoverListLosesEveryEntryOfTheFileName)

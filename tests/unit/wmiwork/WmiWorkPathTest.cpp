@@ -178,17 +178,4 @@ TEST_F(WmiWorkPathTest, DefaultsWithoutPathTextFailThePath)
     }
 }
 
-TEST_F(WmiWorkPathTest, MissingClassIsNotAnError)
-{
-    WmiPropList list = {Record("Stale", CIM_SINT32, Var(VT_I4, 1))};
-    EXPECT_EQ(static_cast<HRESULT>(WBEM_E_NOT_FOUND),
-              CWmiWork::PropNamesAndTypesGet("root\\cimv2", "Tv_No", list));
-    EXPECT_TRUE(list.empty());
-    EXPECT_TRUE(Texts("Error").empty());
-    EXPECT_EQ(static_cast<HRESULT>(WBEM_E_INVALID_NAMESPACE),
-              CWmiWork::PropNamesAndTypesGet("root\\TvNo", "Tv_No", list));
-    const std::vector<std::string> errors = Texts("Error");
-    ASSERT_FALSE(errors.empty());
-    EXPECT_EQ(0u, errors.back().find("ConnectToNamespace failed hr=0x8004100E"));
-}
 } // namespace
