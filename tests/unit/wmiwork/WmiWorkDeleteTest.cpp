@@ -1,7 +1,7 @@
 // CWmiWork's deletions against the WMI emulator: namespaces with and without force, classes,
 // single and bulk instance deletion; the repository text shows what is left.
-#include "WmiAccessTestSupport.h"
 #include "WmiWork.h"
+#include "WmiWorkTestSupport.h"
 
 namespace
 {
@@ -31,24 +31,14 @@ protected:
         EmuAccessTest::SetUp();
         Seed(kWorldMof);
     }
-    bool HasNamespace(const std::string& strNs) const
+    bool Holds(const std::string& strName) const { return Repository().find(strName) != std::string::npos; }
+    // CWmiWork records of the level whose text begins with strText.
+    size_t Count(const std::string& strLevel, const std::string& strText = "") const
     {
-        return Repository().find("namespace " + strNs + "\r\n") != std::string::npos ||
-               Repository().find("namespace " + strNs + "\n") != std::string::npos;
-    }
-    size_t Count(const std::string& strLevel, const std::string& strText) const
-    {
-        size_t n = 0;
-        for (const TraceRecord& record : Records())
-            n += record.strLevel == strLevel && record.strText == strText ? 1 : 0;
-        return n;
-    }
-    size_t ErrorRecords() const
-    {
-        size_t n = 0;
-        for (const TraceRecord& record : Records())
-            n += record.strLevel == "Error" ? 1 : 0;
-        return n;
+        const std::vector<std::string> texts = WorkTexts(Records(), strLevel);
+        return static_cast<size_t>(std::count_if(texts.begin(), texts.end(), [&](const std::string& str) {
+            return str.compare(0, strText.size(), strText) == 0;
+        }));
     }
 };
 
@@ -56,9 +46,21 @@ TEST_F(WmiWorkDeleteTest, NamespaceWithOnlySystemClassesGoesWithoutForce)
 {
     // The machine prefix form names the same namespace; its parent is root.
     EXPECT_TRUE(CWmiWork::NamespaceDelete("\\\\.\\root\\TvBare", false));
-    EXPECT_FALSE(HasNamespace("root\\TvBare"));
-    EXPECT_TRUE(HasNamespace("root\\TvNs"));
-    EXPECT_EQ(0u, ErrorRecords());
+    EXPECT_FALSE(Holds("root\\TvBare"));
+    EXPECT_TRUE(Holds("namespace root\\TvNs"));
+    EXPECT_EQ(0u, Count("Error"));
+    // Without a backslash there is no parent: an invalid argument, thrown.
+    HRESULT hr = S_OK;
+    try
+    {
+        CWmiWork::NamespaceDelete("root", true);
+    }
+    catch (HRESULT hrThrown)
+    {
+        hr = hrThrown;
+    }
+    EXPECT_EQ(E_INVALIDARG, hr);
+    EXPECT_TRUE(Holds("namespace root\\TvNs"));
 }
 
 TEST_F(WmiWorkDeleteTest, NamespaceThatIsNotEmptyIsKeptWithoutForce)
@@ -87,39 +89,22 @@ TEST_F(WmiWorkDeleteTest, NamespaceThatIsNotEmptyIsKeptWithoutForce)
 TEST_F(WmiWorkDeleteTest, ForcedNamespaceGoesWithEverythingInIt)
 {
     EXPECT_TRUE(CWmiWork::NamespaceDelete("root\\TvNs", true));
-    const std::string strRepo = Repository();
-    EXPECT_EQ(std::string::npos, strRepo.find("root\\TvNs")) << strRepo;
-    EXPECT_NE(std::string::npos, strRepo.find("instance root\\cimv2 Tv_Item")) << strRepo;
-    EXPECT_TRUE(HasNamespace("root\\TvBare"));
+    EXPECT_FALSE(Holds("root\\TvNs"));
+    EXPECT_TRUE(Holds("instance root\\cimv2 Tv_Item"));
+    EXPECT_TRUE(Holds("namespace root\\TvBare"));
     // Gone already: the parent has no such instance.
     EXPECT_FALSE(CWmiWork::NamespaceDelete("root\\TvNs", true));
     EXPECT_EQ(1u, Count("Error", "SpecificInstanceDelete failed"));
 }
 
-TEST_F(WmiWorkDeleteTest, NamespacePathWithoutParentIsAnInvalidArgument)
-{
-    HRESULT hr = S_OK;
-    try
-    {
-        CWmiWork::NamespaceDelete("root", true);
-    }
-    catch (HRESULT hrThrown)
-    {
-        hr = hrThrown;
-    }
-    EXPECT_EQ(E_INVALIDARG, hr);
-    EXPECT_TRUE(HasNamespace("root\\TvNs"));
-}
-
 TEST_F(WmiWorkDeleteTest, ClassDeleteTellsNotFoundApart)
 {
     EXPECT_EQ(S_OK, CWmiWork::ClassDelete("root\\TvNs", "Tv_Item"));
-    EXPECT_EQ(std::string::npos, Repository().find("class root\\TvNs Tv_Item"));
-    EXPECT_EQ(std::string::npos, Repository().find("instance root\\TvNs Tv_Item"));
-    EXPECT_NE(std::string::npos, Repository().find("class root\\cimv2 Tv_Item"));
+    EXPECT_FALSE(Holds("root\\TvNs Tv_Item"));
+    EXPECT_TRUE(Holds("class root\\cimv2 Tv_Item"));
     EXPECT_EQ(static_cast<HRESULT>(WBEM_E_NOT_FOUND), CWmiWork::ClassDelete("root\\TvNs", "Tv_Item"));
     EXPECT_EQ(1u, Count("Info", "pWbemServices->DeleteClass returned WBEM_E_NOT_FOUND"));
-    EXPECT_EQ(0u, ErrorRecords());
+    EXPECT_EQ(0u, Count("Error"));
     EXPECT_EQ(static_cast<HRESULT>(WBEM_E_INVALID_NAMESPACE),
               CWmiWork::ClassDelete("root\\TvMissing", "Tv_Item"));
     EXPECT_EQ(1u, Count("Error", "ConnectToNamespace failed"));
@@ -130,12 +115,11 @@ TEST_F(WmiWorkDeleteTest, InstancesGoOneByOneOrAllOfAClass)
     EXPECT_EQ(S_OK, CWmiWork::SpecificInstanceDelete("\\\\.\\root\\TvNs", "Tv_Item.Name=\"a\""));
     EXPECT_EQ(static_cast<HRESULT>(WBEM_E_NOT_FOUND),
               CWmiWork::SpecificInstanceDelete("root\\TvNs", "Tv_Item.Name=\"a\""));
-    EXPECT_NE(std::string::npos, Repository().find("value Name = \"b\""));
+    EXPECT_TRUE(Holds("value Name = \"b\""));
     EXPECT_TRUE(CWmiWork::InstanceDelete("root\\TvNs", "Tv_Item", nullptr));
-    const std::string strRepo = Repository();
-    EXPECT_EQ(std::string::npos, strRepo.find("instance root\\TvNs Tv_Item"));
-    EXPECT_NE(std::string::npos, strRepo.find("class root\\TvNs Tv_Item"));
-    EXPECT_NE(std::string::npos, strRepo.find("instance root\\cimv2 Tv_Item"));
+    EXPECT_FALSE(Holds("instance root\\TvNs Tv_Item"));
+    EXPECT_TRUE(Holds("class root\\TvNs Tv_Item"));
+    EXPECT_TRUE(Holds("instance root\\cimv2 Tv_Item"));
     // No instance left: the query finds nothing, which the bulk form reports as a failure.
     EXPECT_FALSE(CWmiWork::InstanceDelete("root\\TvNs", "Tv_Item", nullptr));
     EXPECT_EQ(1u, Count("Warning", "oAcc.ExecuteQuery failed"));
