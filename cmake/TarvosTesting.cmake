@@ -23,14 +23,18 @@ function(tarvos_wine_test_properties FIXTURE)
         TIMEOUT 120)
 endfunction()
 
-# tarvos_add_gtest(<target> PREFIX <fixture> SOURCES ... [LIBS ...])
-# A GoogleTest program; each TEST becomes one CTest test run under Wine in the prefix.
+# tarvos_add_gtest(<target> PREFIX <fixture> SOURCES ... [LIBS ...] [SUPPORT ...] [DEFINES ...]
+#                  [TEST_PREFIX <prefix>])
+# A GoogleTest program; each TEST becomes one CTest test run under Wine in the prefix. SUPPORT
+# sources are compiled in without being searched for tests; TEST_PREFIX goes before each name.
 function(tarvos_add_gtest TARGET)
-    cmake_parse_arguments(ARG "" "PREFIX" "SOURCES;LIBS" ${ARGN})
-    add_executable(${TARGET} ${ARG_SOURCES})
+    cmake_parse_arguments(ARG "" "PREFIX;TEST_PREFIX" "SOURCES;LIBS;SUPPORT;DEFINES" ${ARGN})
+    add_executable(${TARGET} ${ARG_SOURCES} ${ARG_SUPPORT})
     target_link_libraries(${TARGET} PRIVATE ${ARG_LIBS} GTest::gtest_main)
+    target_compile_definitions(${TARGET} PRIVATE ${ARG_DEFINES})
     set_target_properties(${TARGET} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
-    gtest_add_tests(TARGET ${TARGET} SOURCES ${ARG_SOURCES} TEST_LIST tests_of_target)
+    gtest_add_tests(TARGET ${TARGET} SOURCES ${ARG_SOURCES} TEST_PREFIX "${ARG_TEST_PREFIX}"
+                    TEST_LIST tests_of_target)
     tarvos_wine_test_properties(${ARG_PREFIX} ${tests_of_target})
 endfunction()
 

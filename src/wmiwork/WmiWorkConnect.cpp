@@ -60,6 +60,17 @@ HRESULT CWmiWork::ConnectToNamespace(const char* szNamespace, IWbemServices** pp
     return hRet;
 }
 
+HRESULT CWmiWork::ConnectTraced(const char* szFunction, const char* szNamespace, IWbemServices** ppServices)
+{
+    const HRESULT hr = ConnectToNamespace(szNamespace, ppServices);
+    if (FAILED(hr))
+    {
+        gg_ptrc->Trace(1, szFunction, "Internal", "ConnectToNamespace failed", "hr=0x%X '%s'",
+                       static_cast<unsigned>(hr), WmiErrorText(hr));
+    }
+    return hr;
+}
+
 HRESULT CWmiWork::SetProxyBlanket(IUnknown* pProxy)
 {
     gg_ptrc->Trace(3, "CWmiWork::SetProxyBlanket", "Enter", "", "");

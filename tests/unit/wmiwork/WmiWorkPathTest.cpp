@@ -1,0 +1,115 @@
+// CWmiWork's value texts and object paths; the property list read from the WMI emulator.
+#include "MofParse.h"
+#include "WmiWork.h"
+#include "WmiWorkTestSupport.h"
+
+namespace
+{
+// A variant of type vt holding d (a string variant holds wsz).
+VARIANT Var(VARTYPE vt, double d, const wchar_t* wsz = nullptr)
+{
+    VARIANT v;
+    VariantInit(&v);
+    v.llVal = static_cast<LONGLONG>(d);
+    if (vt == VT_R4)
+        v.fltVal = static_cast<float>(d);
+    if (vt == VT_R8)
+        v.dblVal = d;
+    if (vt == VT_BSTR)
+        v.bstrVal = SysAllocString(wsz);
+    v.vt = vt;
+    return v;
+}
+
+using WmiWorkPathTest = EmuAccessTest;
+
+TEST_F(WmiWorkPathTest, ValueTextsFollowTheTypeTable)
+{
+    struct Case
+    {
+        CIMTYPE type;
+        VARIANT v;
+        const char* szText; // null: refused with szError
+        const char* szError;
+    } cases[] = {
+        // The byte types print with the sign handling reversed.
+        {CIM_SINT8, Var(VT_I2, -1), "255", nullptr},
+        {CIM_UINT8, Var(VT_UI1, 200), "4294967240", nullptr},
+        {CIM_UINT8, Var(VT_UI1, 100), "100", nullptr},
+        {CIM_CHAR16, Var(VT_I2, 0xC8), "4294967240", nullptr},
+        {CIM_SINT16, Var(VT_I2, -5), "-5", nullptr},
+        {CIM_UINT16, Var(VT_I4, 65535), "65535", nullptr},
+        {CIM_SINT32, Var(VT_I4, -7), "-7", nullptr},
+        {CIM_UINT32, Var(VT_I4, -1), "4294967295", nullptr},
+        {CIM_SINT64, Var(VT_BSTR, 0, L"-9000000000"), "-9000000000", nullptr},
+        {CIM_UINT64, Var(VT_BSTR, 0, L"18446744073709551615"), "18446744073709551615", nullptr},
+        {CIM_REAL32, Var(VT_R4, 1.5), "1.500000", nullptr},
+        {CIM_REAL64, Var(VT_R8, -2.25), "-2.250000", nullptr},
+        {CIM_BOOLEAN, Var(VT_BOOL, VARIANT_TRUE), "TRUE", nullptr},
+        {CIM_BOOLEAN, Var(VT_BOOL, 1), "FALSE", nullptr},
+        {CIM_STRING, Var(VT_BSTR, 0, L"a \"b\""), "\"a \"b\"\"", nullptr},
+        {CIM_STRING | CIM_FLAG_ARRAY, Var(VT_BSTR, 0, L"x"), nullptr, "CIM_FLAG_ARRAY not supported"},
+        {CIM_EMPTY, Var(VT_I4, 1), nullptr, "CIM_EMPTY not supported"},
+        {CIM_OBJECT, Var(VT_I4, 1), nullptr, "CIM_OBJECT not supported"},
+        {CIM_DATETIME, Var(VT_BSTR, 0, L"20200101000000.000000+000"), nullptr, "CIM_DATETIME not supported"},
+        {CIM_REFERENCE, Var(VT_BSTR, 0, L"A.B=1"), nullptr, "CIM_REFERENCE not supported"},
+        {CIM_ILLEGAL, Var(VT_I4, 1), nullptr, "CIM_ILLEGAL not supported"},
+        {0x99, Var(VT_I4, 1), nullptr, "Type not supported code=0x00000099"},
+    };
+    for (Case& c : cases)
+    {
+        const size_t nErrors = WorkTexts(Records(), "Error").size();
+        std::string strText = "<untouched>";
+        EXPECT_EQ(c.szText != nullptr, CWmiWork::CimValue2Str(c.type, c.v, strText)) << c.type;
+        EXPECT_EQ(c.szText != nullptr ? c.szText : "", strText) << c.type;
+        std::vector<std::string> errors;
+        if (c.szError != nullptr)
+            errors.push_back(c.szError);
+        if (c.szError != nullptr && c.type != CIM_EMPTY)
+        {
+            // As the default of a key that the instance leaves out, the value fails the path.
+            WmiPropList list(1);
+            list[0].Name = "K";
+            list[0].Type = c.type;
+            list[0].bKey = true;
+            VariantCopy(&list[0].vDefault, &c.v);
+            MofInstance instance;
+            instance.ClassName = "Tv_Any";
+            EXPECT_FALSE(CWmiWork::InstancePathCreate(instance, list, WmiAliasMap(), strText));
+            errors.insert(errors.end(),
+                          {c.szError, "CWmiWork::CimValue2Str failed class='Tv_Any', prop='K'"});
+        }
+        EXPECT_EQ(errors, WorkTexts(Records(), "Error", nErrors)) << c.type;
+        VariantClear(&c.v);
+    }
+}
+
+TEST_F(WmiWorkPathTest, PathTakesKeysInClassOrderWithDefaultsAndAliases)
+{
+    Seed("#pragma namespace(\"\\\\\\\\.\\\\root\\\\cimv2\")\n"
+         "class Tv_Path { [key] string Name; [key(false)] uint32 NotKey; string Other = \"o\";"
+         " [key] sint32 Id = -4; [key] string Ref; };\n");
+    WmiPropList list;
+    ASSERT_EQ(S_OK, CWmiWork::PropNamesAndTypesGet("root\\cimv2", "Tv_Path", list));
+    std::string strProps;
+    for (const WmiPropRecord& record : list)
+        strProps += record.Name + (record.bKey ? "* " : " ");
+    EXPECT_EQ("Name* NotKey Other Id* Ref* ", strProps);
+
+    MofInstance instance;
+    instance.ClassName = "Tv_Path";
+    instance.Properties = {{"ref", "$A"}, {"NAME", "\"x\\\"y\""}, {"Other", "\"p\""}};
+    const WmiAliasMap aliases = {{"$A", "\\\\\\\\.\\\\root:Tv_A.K=\\\"1\\\""}};
+    std::string strPath;
+    EXPECT_TRUE(CWmiWork::InstancePathCreate(instance, list, aliases, strPath));
+    EXPECT_EQ("Tv_Path.Name=\"x\\\"y\",Id=-4,Ref=\"\\\\\\\\.\\\\root:Tv_A.K=\\\"1\\\"\"", strPath);
+
+    // Without Name the path cannot be made: the class gives it no value.
+    instance.Properties.erase(instance.Properties.begin() + 1);
+    EXPECT_FALSE(CWmiWork::InstancePathCreate(instance, list, aliases, strPath));
+    EXPECT_EQ(
+        std::vector<std::string>{
+            "Key property not found and no default value set class='Tv_Path', prop='Name'"},
+        WorkTexts(Records(), "Error"));
+}
+} // namespace
