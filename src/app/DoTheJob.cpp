@@ -3,6 +3,8 @@
 #include "ArcaTrace.h"
 #include "CompMof.h"
 #include "DelFromWmi.h"
+#include "MofDelete.h"
+#include "MofParse.h"
 #include "WmiErrorText.h"
 #include "UsageText.h"
 
@@ -34,7 +36,28 @@ ExitCode DoTheJob(WbemUtil& util)
         bool bIniDelete = false;
         try
         {
-            if (util.Delete && util.mof.empty() && !util.ini.empty())
+            if (util.Delete && !util.mof.empty())
+            {
+                // The MOF route; it wins over an INI file. A failed deletion step reports the
+                // same code as a file that could not be scanned.
+                CMofParse mp;
+                if (!mp.Parse(util.mof.c_str()))
+                {
+                    gg_ptrc->Trace(1, "DoTheJob", "Internal", "DELETING, mp.Parse failed", "file='%s'",
+                                   util.mof.c_str());
+                    nReturn = EXITCODE_ERR_MOF_PARSING_FAILED;
+                }
+                else if (DoDeleteInstances(mp) && DoDeleteNonSystemClasses(mp) &&
+                         DoDeleteFromAutoRecoverList(util.mof.c_str()))
+                {
+                    nReturn = EXITCODE_OK;
+                }
+                else
+                {
+                    nReturn = EXITCODE_ERR_MOF_PARSING_FAILED;
+                }
+            }
+            else if (util.Delete && !util.ini.empty())
             {
                 bIniDelete = true;
                 CDelFromWmi oDelFromWmi;

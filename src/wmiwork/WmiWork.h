@@ -5,6 +5,44 @@
 #include <windows.h>
 #include <wbemcli.h>
 
+#include <map>
+#include <string>
+#include <vector>
+
+struct MofInstance;
+
+// One non-system property of a class as WMI enumerates it. The default value is the class's
+// value of the property; the record owns it.
+struct WmiPropRecord
+{
+    std::string Name;
+    CIMTYPE Type = CIM_EMPTY;
+    VARIANT vDefault;
+    bool bKey = false;
+
+    WmiPropRecord() { VariantInit(&vDefault); }
+    WmiPropRecord(const WmiPropRecord& other) : Name(other.Name), Type(other.Type), bKey(other.bKey)
+    {
+        VariantInit(&vDefault);
+        VariantCopy(&vDefault, const_cast<VARIANT*>(&other.vDefault));
+    }
+    WmiPropRecord& operator=(const WmiPropRecord& other)
+    {
+        if (this != &other)
+        {
+            Name = other.Name;
+            Type = other.Type;
+            bKey = other.bKey;
+            VariantCopy(&vDefault, const_cast<VARIANT*>(&other.vDefault));
+        }
+        return *this;
+    }
+    ~WmiPropRecord() { VariantClear(&vDefault); }
+};
+using WmiPropList = std::vector<WmiPropRecord>;
+// Alias of a MOF instance ("$Name") -> its escaped full object path "namespace:path".
+using WmiAliasMap = std::map<std::string, std::string>;
+
 // Results of ClassVersionCheck.
 enum : int
 {
@@ -29,6 +67,29 @@ public:
     // pvValue receives the values of the qualifiers read.
     static bool QualifierFind(IWbemClassObject* pIWbemClassObject, const char* szPropertyName,
                               const char* szQualifierName, VARIANT* pvValue);
+
+    // --- Properties and object paths ---
+
+    // The class's non-system properties in WMI's order; WBEM_E_NOT_FOUND for a missing class.
+    static HRESULT PropNamesAndTypesGet(const char* szNamespace, const char* szClass, WmiPropList& list);
+    // Class.Key1=value1,Key2=value2 from the instance's values, the class defaults and aliases.
+    static bool InstancePathCreate(const MofInstance& instance, const WmiPropList& list,
+                                   const WmiAliasMap& aliasMap, std::string& strPath);
+    // The value as object path text; false for a type that has none.
+    static bool CimValue2Str(CIMTYPE type, const VARIANT& vValue, std::string& strText);
+
+    // --- Deletions ---
+
+    // The result of IWbemServices::DeleteInstance, or of the failed connection.
+    static HRESULT SpecificInstanceDelete(const char* szNamespace, const char* szRelPath);
+    // With szKey the one instance "Class.Key", without it every instance of the class.
+    static bool InstanceDelete(const char* szNamespace, const char* szClass, const char* szKey);
+    // S_OK, WBEM_E_NOT_FOUND when there is no such class, or the failure.
+    static HRESULT ClassDelete(const char* szNamespace, const char* szClass);
+    // Without bForce only a namespace without child namespaces and non-system classes goes.
+    // A path without a backslash has no parent: E_INVALIDARG is thrown by value.
+    static bool NamespaceDelete(const char* szNamespace, bool bForce);
+
     // The trace text of a ClassVersionCheck result.
     static const char* ClassVersionText(int nCode);
 };
