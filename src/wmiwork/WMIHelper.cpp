@@ -3,6 +3,7 @@
 
 #include "ArcaTrace.h"
 #include "Bstr.h"
+#include "StringConversion.h"
 
 #include <cstring>
 #include <vector>
@@ -48,10 +49,15 @@ bool CWMIHelper::ConnectToNamespace(const char* szNamespace)
                    "Method ConnectToNamespace has been entered.", "szNamespace='%s'", szNamespace);
     m_spWbemServices.Release();
     m_spWbemLocator.Release();
-    if (SUCCEEDED(CoCreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER, IID_IWbemLocator,
+    // A name that cannot be converted must not become the empty name, which ConnectServer
+    // takes for the default namespace.
+    CCStringConversion conv(szNamespace);
+    const wchar_t* wszNamespace = conv.Convert2W();
+    if (wszNamespace != nullptr &&
+        SUCCEEDED(CoCreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER, IID_IWbemLocator,
                                    m_spWbemLocator.PutVoid())))
     {
-        CCWmiBstr bstrNamespace(szNamespace);
+        CCWmiBstr bstrNamespace(wszNamespace);
         if (SUCCEEDED(m_spWbemLocator->ConnectServer(bstrNamespace, nullptr, nullptr, nullptr, 0, nullptr,
                                                      nullptr, m_spWbemServices.Put())))
         {

@@ -185,6 +185,7 @@ TEST_F(DeleteIni, BadInputChangesNothingItWasNotAskedTo)
         EXPECT_EQ("file='" + strName + "'", SplitTabs(failed[0])[8]);
     }
     EXPECT_EQ(strBefore, m_world.Dump("root"));
+    EXPECT_FALSE(testkit::FileExists(m_world.Dir().File("missing.ini")));
     // A UTF-16 file: whatever the profile functions read from it, the job ends normally.
     const auto wide =
         Run("\xFF\xFE" + testkit::Utf16Bytes("[DeleteClasses]\r\nC1=SampleChild\r\n"), false, "w.ini");
