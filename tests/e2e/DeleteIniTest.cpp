@@ -127,10 +127,8 @@ TEST_F(DeleteIni, DeletesExactlyWhatTheFileLists)
          kVt + Inst(1) + Inst(2)},
         {"a path with a key, empty values skipped", kVt123,
          "[DeleteInstances]\nI0=\nI1=SampleClass.Id=2\nI2=\n", kVt + Inst(1) + Inst(3, "SampleChild")},
-        {"referenced objects go, associations stay",
-         kVt123 + kLink + kOther + Pragma("root\\VT_Eventing") + kFarLink,
-         "[DeleteInstancesByRef]\nFarLink=Target\nSampleLink=Target\n",
-         kVt + Inst(1) + Inst(3, "SampleChild") + kLink + kOther + Pragma("root\\VT_Eventing") + kFarLink},
+        {"referenced objects go, associations stay", kVt123 + kLink,
+         "[DeleteInstancesByRef]\nSampleLink=Target\n", kVt + Inst(1) + Inst(3, "SampleChild") + kLink},
         {"namespace named with machine", kVt + Ns("root\\X"), "[DeleteNamespace]\nN=\\\\.\\root\\X\n", kVt},
         {"namespace named without machine", kVt + Ns("root\\X"), "[DeleteNamespace]\nN=root\\X\n", kVt},
         {"a child namespace keeps its parent", Ns("root\\X") + Ns("root\\X\\Y"),
@@ -146,6 +144,14 @@ TEST_F(DeleteIni, DeletesExactlyWhatTheFileLists)
     {
         Check(c);
     }
+}
+
+TEST_F(DeleteIni, ReferenceIntoAnotherNamespaceIsRefusedAndTheJobGoesOn)
+{
+    const std::string strFar = kOther + Pragma("root\\VT_Eventing") + kFarLink;
+    Check({"a reference into another namespace", kVt123 + kLink + strFar,
+           "[DeleteInstancesByRef]\nFarLink=Target\nSampleLink=Target\n",
+           kVt + Inst(1) + Inst(3, "SampleChild") + kLink + strFar});
 }
 
 TEST_F(DeleteIni, BadInputChangesNothingItWasNotAskedTo)
