@@ -65,6 +65,7 @@ bool CDelFromWmi::NextNamespace()
     gg_ptrc->Trace(3, "CDelFromWmi::NextNamespace", "Enter", "Method NextNamespace has been entered.",
                    "nPosition=%d", m_nPosition);
     ++m_nPosition;
+    // A used-up list (-1) stays used up instead of starting over at its first entry.
     if (m_nPosition > 0 && static_cast<size_t>(m_nPosition) < m_namespaces.size())
     {
         m_strNamespace = m_namespaces[m_nPosition];

@@ -42,7 +42,8 @@ private:
     // but a failed name conversion, which raises E_OUTOFMEMORY.
     void DeleteByProperty(const char* szClass, const char* szProperty, const char* szCaller);
 
-    // The namespace the instance and class sections work in.
+    // The namespace the instance and class sections work in; a string, so that a long
+    // [Namespaces] value cannot overrun it.
     std::string m_strNamespace;
     std::vector<std::string> m_namespaces;
     int m_nPosition;
