@@ -2,6 +2,7 @@
 
 #include "ArcaTrace.h"
 #include "CompMof.h"
+#include "DelFromWmi.h"
 #include "MofDelete.h"
 #include "MofParse.h"
 #include "WmiErrorText.h"
@@ -31,6 +32,8 @@ ExitCode DoTheJob(WbemUtil& util)
     }
     else
     {
+        // Set while the INI deletion runs: a namespace path it cannot take apart ends it.
+        bool bIniDelete = false;
         try
         {
             if (util.Delete && !util.mof.empty())
@@ -54,6 +57,35 @@ ExitCode DoTheJob(WbemUtil& util)
                     nReturn = EXITCODE_ERR_MOF_PARSING_FAILED;
                 }
             }
+            else if (util.Delete && !util.ini.empty())
+            {
+                bIniDelete = true;
+                CDelFromWmi oDelFromWmi;
+                if (!oDelFromWmi.OpenIni(util.ini.c_str()))
+                {
+                    gg_ptrc->Trace(2, "DoTheJob", "Internal", "oDelFromWmi.OpenIni failed", "file='%s'",
+                                   util.ini.c_str());
+                    nReturn = EXITCODE_ERR_INIFILE_NOT_FOUND;
+                }
+                else
+                {
+                    oDelFromWmi.ReadNamespaces();
+                    do
+                    {
+                        // A namespace that cannot be reached is passed over.
+                        if (oDelFromWmi.ConnectToNamespace(oDelFromWmi.CurrentNamespace()))
+                        {
+                            oDelFromWmi.RemoveInstancesByRef();
+                            oDelFromWmi.RemoveInstances();
+                            oDelFromWmi.RemoveClasses();
+                        }
+                    } while (oDelFromWmi.Position() != -1 && oDelFromWmi.NextNamespace());
+                    oDelFromWmi.RemoveNamespaces(util.Force != FALSE);
+                    // Single deletions that failed are in the trace; the job itself is done.
+                    nReturn = EXITCODE_OK;
+                }
+                bIniDelete = false;
+            }
             if (util.Compile && !util.mof.empty())
             {
                 nReturn = CCompMof::CheckVersionAndCompile(util.mof.c_str(), util.Force != FALSE);
@@ -71,6 +103,12 @@ ExitCode DoTheJob(WbemUtil& util)
             gg_ptrc->Trace(1, "DoTheJob", "Exception", "Exception caught", "hr=0x%X '%s'",
                            static_cast<unsigned>(hr), WmiErrorText(hr));
             nReturn = EXITCODE_ERR_MOF_PARSING_FAILED;
+            if (bIniDelete)
+            {
+                // A [DeleteNamespace] path without a parent: the remaining entries are not
+                // carried out, and the caller must see that the job stopped half way.
+                nReturn = EXITCODE_ERR_GENERAL_ERROR;
+            }
         }
     }
     gg_ptrc->Trace(3, "DoTheJob", "Leave", "Method DoTheJob has been left.", "nReturn=%d '%s'",

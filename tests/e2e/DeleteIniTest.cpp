@@ -1,0 +1,234 @@
+// /DD /INI end to end against the WMI emulator: the repository after the job is compared as a
+// whole with the repository that holds exactly what should be left.
+#include "EmuWorld.h"
+#include "TestKit.h"
+
+#include <gtest/gtest.h>
+
+using testkit::SplitTabs;
+
+namespace
+{
+// MOF text that switches to a namespace, a path such as root\A\B with single backslashes.
+std::string Pragma(const std::string& strNs)
+{
+    std::string strText = "#pragma namespace(\"\\\\\\\\.";
+    for (char c : "\\" + strNs)
+    {
+        strText += c == '\\' ? std::string("\\\\") : std::string(1, c);
+    }
+    return strText + "\")\n";
+}
+// Creates the namespace in its parent and switches to it.
+std::string Ns(const std::string& strPath)
+{
+    const size_t nSlash = strPath.rfind('\\');
+    return Pragma(strPath.substr(0, nSlash)) + "instance of __Namespace { Name = \"" +
+           strPath.substr(nSlash + 1) + "\"; };\n" + Pragma(strPath);
+}
+const std::string kClasses =
+    "class SampleClass { [key] uint32 Id; };\nclass SampleChild : SampleClass { };\n";
+std::string Inst(int nId, const char* szClass = "SampleClass")
+{
+    return "instance of " + std::string(szClass) + " { Id = " + std::to_string(nId) + "; };\n";
+}
+// root\VT_Eventing with SampleClass only, and with its subclass SampleChild.
+const std::string kVtBase = Ns("root\\VT_Eventing") + "class SampleClass { [key] uint32 Id; };\n";
+const std::string kVt = Ns("root\\VT_Eventing") + kClasses;
+const std::string kVt123 = kVt + Inst(1) + Inst(2) + Inst(3, "SampleChild");
+const std::string kLink = "[Association] class SampleLink { [key] SampleClass ref Target; };\n"
+                          "instance of SampleLink { Target = \"SampleClass.Id=2\"; };\n";
+// A reference into another namespace: "IWbemServices::DeleteInstance method" deletes only in the
+// current namespace, so the object it names stays.
+const std::string kFarLink =
+    "[Association] class FarLink { [key] string Name; SampleClass ref Target; };\n"
+    "instance of FarLink { Name = \"far\"; Target = \"\\\\\\\\.\\\\root\\\\Other:SampleClass.Id=5\"; };\n";
+const std::string kOther = Ns("root\\Other") + kClasses + Inst(5);
+
+struct DeleteCase
+{
+    const char* szName;
+    std::string strBefore; // MOF seeded before the run
+    std::string strIni;    // the INI file's bytes
+    std::string strAfter;  // MOF of what must be left
+    DWORD dwExit = 0;
+    size_t nWarnings = 0; // records of level Error or Warning
+    bool bForce = false;
+};
+
+class DeleteIni : public ::testing::Test
+{
+protected:
+    testkit::CEmuWorld m_world;
+
+    std::string DumpOf(const std::string& strMof)
+    {
+        m_world.Tool("reset");
+        if (!strMof.empty())
+        {
+            m_world.Seed(strMof);
+        }
+        return m_world.Dump("root");
+    }
+    // Runs the job on the INI text and checks that the file was left as it was.
+    testkit::TarvosRun Run(const std::string& strIni, bool bForce, const std::string& strIniName = "del.ini")
+    {
+        const std::string strPath = m_world.Dir().File(strIniName);
+        testkit::WriteBytes(strPath, strIni);
+        const auto run = testkit::RunTarvos("/dd \"/ini=" + strPath + "\"" + (bForce ? " /force" : ""));
+        EXPECT_EQ(std::vector<unsigned char>(strIni.begin(), strIni.end()), testkit::ReadBytes(strPath));
+        return run;
+    }
+    void Check(const DeleteCase& c)
+    {
+        SCOPED_TRACE(c.szName);
+        const std::string strExpected = DumpOf(c.strAfter);
+        DumpOf(c.strBefore);
+        const auto run = Run(c.strIni, c.bForce);
+        EXPECT_EQ(c.dwExit, run.dwExitCode);
+        EXPECT_EQ(strExpected, m_world.Dump("root"));
+        size_t nWarnings = 0;
+        for (const auto& strRecord : run.lines)
+        {
+            const auto cols = SplitTabs(strRecord);
+            nWarnings += cols.size() > 3 && (cols[3] == "Error" || cols[3] == "Warning");
+        }
+        EXPECT_EQ(c.nWarnings, nWarnings) << run.strTrace;
+    }
+};
+
+std::string Keys(size_t nKeys)
+{
+    std::string strKeys;
+    for (size_t n = 0; n < nKeys; ++n)
+    {
+        strKeys += "Key" + std::to_string(100000 + n) + "=\r\n";
+    }
+    return strKeys;
+}
+} // namespace
+
+TEST_F(DeleteIni, DeletesExactlyWhatTheFileLists)
+{
+    const std::string kExample =
+        "[Namespaces]\nNS1=root\\VT_Eventing\n[DeleteInstances]\nI1=SampleClass.Id=1\n"
+        "I2=SampleClass\n[DeleteClasses]\nC1=SampleClass\n[DeleteNamespace]\nN1=root\\VT_Eventing\n";
+    const std::string kNone = "[Other]\nC1=SampleClass\n[deleteclass]\nC1=SampleClass\n";
+    const DeleteCase cases[] = {
+        {"the example file", kVt123, kExample, ""},
+        {"none of the five sections", kVt123, kNone, kVt123},
+        {"an empty [Namespaces]", kVt123, "[Namespaces]\n[DeleteClasses]\nC1=SampleChild\n",
+         kVtBase + Inst(1) + Inst(2)},
+        {"a missing namespace is passed over", kVt123 + kOther,
+         "[namespaces]\nA=root\\Missing\nB=root\\VT_Eventing\nC=\nD=root\\Other\n[DELETEINSTANCES]\nI="
+         "SampleClass\n",
+         kVt + Ns("root\\Other") + kClasses},
+        {"a bare class name takes the subclasses", kVt123, "[DeleteInstances]\nI1=SampleChild\n",
+         kVt + Inst(1) + Inst(2)},
+        {"a path with a key, empty values skipped", kVt123,
+         "[DeleteInstances]\nI0=\nI1=SampleClass.Id=2\nI2=\n", kVt + Inst(1) + Inst(3, "SampleChild")},
+        {"referenced objects go, associations stay", kVt123 + kLink,
+         "[DeleteInstancesByRef]\nSampleLink=Target\n", kVt + Inst(1) + Inst(3, "SampleChild") + kLink},
+        {"namespace named with machine", kVt + Ns("root\\X"), "[DeleteNamespace]\nN=\\\\.\\root\\X\n", kVt},
+        {"namespace named without machine", kVt + Ns("root\\X"), "[DeleteNamespace]\nN=root\\X\n", kVt},
+        {"a child namespace keeps its parent", Ns("root\\X") + Ns("root\\X\\Y"),
+         "[DeleteNamespace]\nN=root\\X\n", Ns("root\\X") + Ns("root\\X\\Y"), 0, 2},
+        {"a class keeps its namespace", Ns("root\\X") + kClasses, "[DeleteNamespace]\nN=root\\X\n",
+         Ns("root\\X") + kClasses, 0, 1},
+        {"child listed before parent", Ns("root\\X") + Ns("root\\X\\Y"),
+         "[DeleteNamespace]\nB=root\\X\\Y\nA=root\\X\n", ""},
+        {"forced", Ns("root\\X") + kClasses + Inst(1) + Ns("root\\X\\Y") + kClasses,
+         "[DeleteNamespace]\nN=root\\X\n", "", 0, 0, true},
+    };
+    for (const auto& c : cases)
+    {
+        Check(c);
+    }
+}
+
+TEST_F(DeleteIni, ReferenceIntoAnotherNamespaceIsRefusedAndTheJobGoesOn)
+{
+    const std::string strFar = kOther + Pragma("root\\VT_Eventing") + kFarLink;
+    Check({"a reference into another namespace", kVt123 + kLink + strFar,
+           "[DeleteInstancesByRef]\nFarLink=Target\nSampleLink=Target\n",
+           kVt + Inst(1) + Inst(3, "SampleChild") + kLink + strFar});
+}
+
+TEST_F(DeleteIni, BadInputChangesNothingItWasNotAskedTo)
+{
+    const std::string kLong(70000, 'A');
+    const DeleteCase cases[] = {
+        {"a file of 0 bytes", kVt123, "", kVt123},
+        {"a value of 64 KiB", kVt123, "[DeleteClasses]\nC1=" + kLong + "\nC2=SampleChild\n",
+         kVtBase + Inst(1) + Inst(2), 0, 1},
+        {"a key list of 64 KiB", kVt123, "[DeleteClasses]\r\n" + Keys(6600) + "C=SampleChild\r\n", kVt123, 0,
+         1},
+        {"lines without =", kVt123, "[DeleteClasses]\nSampleClass\nC2=SampleChild\n",
+         kVtBase + Inst(1) + Inst(2)},
+        {"WQL-special characters", kVt123,
+         "[DeleteInstances]\nI1=SampleClass WHERE "
+         "Id>0\nI2=*\nI3=SampleClass'\n[DeleteClasses]\nC1=Sample'Class\n"
+         "C2=SampleClass;\n[DeleteInstancesByRef]\nSampleClass=Id\n",
+         kVt123},
+        {"unbalanced quotes", kVt123 + kLink, "[DeleteInstances]\nI1=SampleLink.Target=\"SampleClass.Id=2\n",
+         kVt123 + kLink},
+        {"a namespace path without a parent", kVt123,
+         "[DeleteNamespace]\nN1=\\\\.\\root\nN2=root\\VT_Eventing\n", kVt123, 23, 1, true},
+    };
+    for (const auto& c : cases)
+    {
+        Check(c);
+    }
+    const std::string strBefore = m_world.Dump("root");
+    CreateDirectoryA(m_world.Dir().File("dir.ini").c_str(), nullptr);
+    for (const std::string& strName : {m_world.Dir().File("missing.ini"), m_world.Dir().File("dir.ini")})
+    {
+        const auto run = testkit::RunTarvos("/dd \"/ini=" + strName + "\"");
+        EXPECT_EQ(3u, run.dwExitCode) << strName;
+        const auto failed = run.Records("DoTheJob", "Internal", "oDelFromWmi.OpenIni failed");
+        ASSERT_EQ(1u, failed.size()) << strName;
+        EXPECT_EQ("Warning", SplitTabs(failed[0])[3]);
+        EXPECT_EQ("file='" + strName + "'", SplitTabs(failed[0])[8]);
+    }
+    EXPECT_EQ(strBefore, m_world.Dump("root"));
+    EXPECT_FALSE(testkit::FileExists(m_world.Dir().File("missing.ini")));
+    // A UTF-16 file: whatever the profile functions read from it, the job ends normally.
+    const auto wide =
+        Run("\xFF\xFE" + testkit::Utf16Bytes("[DeleteClasses]\r\nC1=SampleChild\r\n"), false, "w.ini");
+    EXPECT_EQ(0u, wide.dwExitCode);
+    const std::string strWide = m_world.Dump("root");
+    EXPECT_TRUE(strWide == strBefore || strWide == DumpOf(kVtBase + Inst(1) + Inst(2))) << strWide;
+}
+
+TEST_F(DeleteIni, RecordsFollowTheKeysInFileOrder)
+{
+    DumpOf(kVt123);
+    const auto run =
+        Run("[DeleteClasses]\nZ=SampleChild\n[DeleteInstances]\nZ=SampleClass.Id=1\nA=SampleClass\n"
+            "B=NoSuchClass.Id=1\n",
+            false);
+    EXPECT_EQ(0u, run.dwExitCode);
+    std::vector<std::string> messages;
+    for (const auto& strRecord : run.lines)
+    {
+        const auto cols = SplitTabs(strRecord);
+        if (cols.size() > 8 && cols[6] == "Internal" && cols[4] == "CDelFromWmi")
+        {
+            EXPECT_EQ("Info", cols[3]);
+            messages.push_back(cols[5] + "|" + cols[7] + "|" + cols[8]);
+        }
+    }
+    const std::vector<std::string> expected = {
+        "RemoveInstances||Deleting instancename='SampleClass.Id=1'",
+        "RemoveInstances||Finished deleting instancename='SampleClass.Id=1'. HRes: 0x0",
+        "RemoveInstances||Deleting instances form classname='SampleClass'",
+        "RemoveInstances||Finished deleting instances from classname='SampleClass'",
+        "RemoveInstances||Deleting instancename='NoSuchClass.Id=1'",
+        "RemoveInstances||Finished deleting instancename='NoSuchClass.Id=1'. HRes: 0x80041010",
+        "RemoveClasses|Deleting class|name= 'SampleChild'",
+        "RemoveClasses|Finished deleting class|name='SampleChild'. HRes: 0x0",
+    };
+    EXPECT_EQ(expected, messages);
+    const std::string strAfter = m_world.Dump("root");
+    EXPECT_EQ(DumpOf(kVtBase), strAfter);
+}

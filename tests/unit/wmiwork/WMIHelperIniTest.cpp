@@ -1,0 +1,41 @@
+// CWMIHelper's INI reads: the growing buffer and the read limit, key order, bare file names.
+#include "TestKit.h"
+#include "WMIHelper.h"
+
+#include <gtest/gtest.h>
+
+TEST(WMIHelperIni, ValuesAndKeyListsUpToTheReadLimit)
+{
+    testkit::CScratchDir dir;
+    // 64509 characters still fit the last buffer (65535 - 1023 bytes); one more does not.
+    const std::string strFits(64509, 'f'), strGrown(1022, 'g');
+    const std::string strLongKey(64508, 'k');
+    testkit::WriteBytes(dir.File("v.ini"), "[S]\r\nz=" + strGrown + "\r\na=" + strFits + "\r\nc=" + strFits +
+                                               "x\r\nd=\r\n[K1]\r\n" + strLongKey + "=1\r\n[K2]\r\n" +
+                                               strLongKey + "k=1\r\n");
+    CWMIHelper helper;
+    ASSERT_TRUE(helper.OpenIni(dir.File("v.ini").c_str()));
+    EXPECT_EQ(std::string("z\0a\0c\0d\0", 8), helper.GetKeyList("s"));
+    EXPECT_EQ(strGrown, helper.GetValue("S", "Z"));
+    EXPECT_EQ(strFits, helper.GetValue("S", "a"));
+    EXPECT_EQ("", helper.GetValue("S", "c"));
+    EXPECT_EQ("", helper.GetValue("S", "d"));
+    EXPECT_EQ("", helper.GetValue("S", "missing"));
+    EXPECT_EQ(strLongKey + std::string(1, '\0'), helper.GetKeyList("K1"));
+    EXPECT_EQ("", helper.GetKeyList("K2"));
+    EXPECT_EQ("", helper.GetKeyList("Missing"));
+}
+
+TEST(WMIHelperIni, BareNameIsTheFileInTheCurrentDirectory)
+{
+    testkit::CScratchDir dir;
+    testkit::WriteBytes(dir.File("bare.ini"), "[S]\r\nk=here\r\n");
+    char szOld[MAX_PATH];
+    GetCurrentDirectoryA(MAX_PATH, szOld);
+    SetCurrentDirectoryA(dir.Path().c_str());
+    CWMIHelper helper;
+    EXPECT_TRUE(helper.OpenIni("bare.ini"));
+    EXPECT_EQ("here", helper.GetValue("S", "k"));
+    EXPECT_FALSE(helper.OpenIni("absent.ini"));
+    SetCurrentDirectoryA(szOld);
+}
