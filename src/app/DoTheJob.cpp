@@ -1,7 +1,9 @@
 #include "DoTheJob.h"
 
 #include "ArcaTrace.h"
+#include "BackupIniName.h"
 #include "CompMof.h"
+#include "SetQualifiers.h"
 #include "WmiErrorText.h"
 #include "UsageText.h"
 
@@ -44,6 +46,11 @@ ExitCode DoTheJob(WbemUtil& util)
             gg_ptrc->Trace(1, "DoTheJob", "Exception", "Exception caught", "hr=0x%X '%s'",
                            static_cast<unsigned>(hr), WmiErrorText(hr));
             nReturn = EXITCODE_ERR_MOF_PARSING_FAILED;
+        }
+        if (util.SetQualifiers)
+        {
+            const std::string strBackup = util.Backup ? BackupIniName(util.ini.c_str()) : std::string();
+            nReturn = SetQualifiers(util.ini.c_str(), util.Backup ? strBackup.c_str() : nullptr);
         }
     }
     gg_ptrc->Trace(3, "DoTheJob", "Leave", "Method DoTheJob has been left.", "nReturn=%d '%s'",
