@@ -5,17 +5,16 @@
 
 TEST(WineWmiSetQualifiers, ReadFailuresStopWith22)
 {
-    struct Case
+    const struct
     {
         const char* szEntry;
         const char* szMessage;
-    };
-    const Case aCases[] = {
+    } aCases[] = {
         {"root\\NoSuchNamespace:Tvs_Probe.version=1", "Could not connect to namespaceh"},
         {"root\\cimv2:Tvs_NoSuchClass.version=1", "oAcc.GetQualifier failed!"},
         {"root\\cimv2:Win32_OperatingSystem.Tvs_NoSuchQualifier=1", "oAcc.GetQualifier failed!"},
     };
-    for (const Case& c : aCases)
+    for (const auto& c : aCases)
     {
         testkit::CScratchDir dir;
         const std::string strIni = dir.File("quals.ini");
