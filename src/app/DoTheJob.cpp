@@ -1,10 +1,12 @@
 #include "DoTheJob.h"
 
 #include "ArcaTrace.h"
+#include "BackupIniName.h"
 #include "CompMof.h"
 #include "DelFromWmi.h"
 #include "MofDelete.h"
 #include "MofParse.h"
+#include "SetQualifiers.h"
 #include "WmiErrorText.h"
 #include "UsageText.h"
 
@@ -109,6 +111,11 @@ ExitCode DoTheJob(WbemUtil& util)
                 // carried out, and the caller must see that the job stopped half way.
                 nReturn = EXITCODE_ERR_GENERAL_ERROR;
             }
+        }
+        if (util.SetQualifiers)
+        {
+            const std::string strBackup = util.Backup ? BackupIniName(util.ini.c_str()) : std::string();
+            nReturn = SetQualifiers(util.ini.c_str(), util.Backup ? strBackup.c_str() : nullptr);
         }
     }
     gg_ptrc->Trace(3, "DoTheJob", "Leave", "Method DoTheJob has been left.", "nReturn=%d '%s'",

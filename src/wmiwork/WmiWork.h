@@ -92,6 +92,18 @@ public:
 
     // The trace text of a ClassVersionCheck result.
     static const char* ClassVersionText(int nCode);
+    // Sets the class qualifier named by "namespace:class.qualifier" (split at the first ":"
+    // and the last ".") to szValue, read by the type the qualifier has in WMI. A qualifier
+    // that does not exist is not created. pstrOldValue, when given, receives the former value
+    // in the form of the backup file.
+    static bool QualifierSet(const char* szQualifierPath, const char* szValue,
+                             std::string* pstrOldValue = nullptr);
+    // A qualifier value as the backup file holds it: a string in double quotes, a VT_I4 as
+    // "%ld", a VT_UI4 as "%lu", any other type as the empty text.
+    static std::string QualifierBackupText(const VARIANT& vValue);
+    // Fills the cleared *pvValue with type vt from text: VT_BSTR without the double quotes at
+    // both ends, VT_I4 and VT_UI4 as atol reads the text, any other type with an empty value.
+    static void QualifierValueFromText(VARTYPE vt, const char* szValue, VARIANT* pvValue);
 
 private:
     // ConnectToNamespace for the operation szFunction; a failure is traced there as

@@ -1,0 +1,227 @@
+// /SQ end to end against the WMI emulator: qualifiers set from an INI file, the backup file,
+// and the whole repository compared before and after every run.
+#include "EmuWorld.h"
+#include "TestKit.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+// SampleClass has a subclass and instances of both; TypedClass one qualifier per type case.
+const char kSeedMof[] =
+    "#pragma namespace(\"\\\\\\\\.\\\\root\")\n"
+    "instance of __Namespace { Name = \"VT_Eventing\"; };\n"
+    "#pragma namespace(\"\\\\\\\\.\\\\root\\\\VT_Eventing\")\n"
+    "[version(\"2.0\")] class SampleClass { [key] string Name; };\n"
+    "class SampleChild : SampleClass { uint32 Extra; };\n"
+    "instance of SampleClass { Name = \"one\"; };\n"
+    "instance of SampleChild { Name = \"two\"; Extra = 2; };\n"
+    "[I1(7), I2(7), I3(7), I4(7), I5(7), S1(\"plain\"), S2(\"plain\"), S3(\"plain\"),\n"
+    " S4(\"plain\"), B1(true), R1(1.5), A1({\"a\"})] class TypedClass { [key] string Id; };\n";
+
+// The dump with one qualifier line of a class of root\VT_Eventing set to flavor 0 and strValue.
+std::string WithQualifier(const std::string& strDump, const std::string& strClass, const std::string& strQual,
+                          const std::string& strValue)
+{
+    const size_t nClass = strDump.find("class root\\VT_Eventing " + strClass + "\n");
+    const size_t nPos = strDump.find("\n  qualifier " + strQual + " ", nClass);
+    if (nClass == std::string::npos || nPos == std::string::npos)
+    {
+        return "<no " + strClass + "." + strQual + ">";
+    }
+    return strDump.substr(0, nPos) + "\n  qualifier " + strQual + " flavor=0x0 = " + strValue +
+           strDump.substr(strDump.find('\n', nPos + 1));
+}
+
+class SetQualifiersJob : public ::testing::Test
+{
+protected:
+    testkit::CEmuWorld m_world;
+    std::string m_strBefore;
+
+    void SetUp() override
+    {
+        m_world.Seed(kSeedMof);
+        m_strBefore = m_world.Dump("root");
+    }
+    // Writes "[Qualifier]" (or strSection) and the lines; with bBackup an empty backup file too.
+    std::string WriteIni(const std::string& strName, const std::vector<std::string>& lines,
+                         bool bBackup = false, const std::string& strSection = "[Qualifier]") const
+    {
+        std::string strText = strSection + "\r\n";
+        for (const std::string& strLine : lines)
+        {
+            strText += strLine + "\r\n";
+        }
+        if (bBackup)
+        {
+            m_world.WriteMof(strName.substr(0, strName.rfind('.')) + "_backup.ini", "");
+        }
+        return m_world.WriteMof(strName, strText);
+    }
+    static testkit::TarvosRun RunSq(const std::string& strIni, bool bBackup = false)
+    {
+        return testkit::RunTarvos("/sq \"/ini=" + strIni + "\"" + (bBackup ? " /backup" : ""));
+    }
+    // The [Qualifier] section of a file as its "key=value" lines.
+    std::vector<std::string> Section(const std::string& strName) const
+    {
+        std::vector<char> buffer(1 << 20);
+        const DWORD dwLen =
+            GetPrivateProfileSectionA("Qualifier", buffer.data(), static_cast<DWORD>(buffer.size()),
+                                      m_world.Dir().File(strName).c_str());
+        std::vector<std::string> lines;
+        for (DWORD n = 0; n < dwLen; n += static_cast<DWORD>(lines.back().size()) + 1)
+        {
+            lines.emplace_back(buffer.data() + n);
+        }
+        return lines;
+    }
+};
+} // namespace
+
+TEST_F(SetQualifiersJob, BackupRestoresTheFormerValueOnAClassWithInstancesAndSubclasses)
+{
+    const auto run =
+        RunSq(WriteIni("cfg.d\\quals.ini", {"1=root\\VT_Eventing:SampleClass.version=2.1"}, true), true);
+    EXPECT_EQ(0u, run.dwExitCode);
+    // Only the named qualifier changes; the subclass and both instances stay.
+    EXPECT_EQ(WithQualifier(m_strBefore, "SampleClass", "version", "\"2.1\""), m_world.Dump("root"));
+    const std::vector<std::string> backup{"1=root\\VT_Eventing:SampleClass.version=\"2.0\""};
+    EXPECT_EQ(backup, Section("cfg.d\\quals_backup.ini"));
+    EXPECT_EQ(0u, RunSq(m_world.Dir().File("cfg.d\\quals_backup.ini")).dwExitCode);
+    EXPECT_EQ(WithQualifier(m_strBefore, "SampleClass", "version", "\"2.0\""), m_world.Dump("root"));
+}
+
+TEST_F(SetQualifiersJob, ValuesAreReadByTypeUpToTheFirstMissingKey)
+{
+    struct Row
+    {
+        const char* szQualifier; // null: an entry that is skipped
+        std::string strValue;
+        std::string strStored; // as the dump shows it
+        const char* szOld;     // as the backup holds it
+    };
+    const std::string strLong(65536, 'x');
+    const Row rows[] = {
+        {"I1", "12abc", "12", "7"},
+        {"I2", "-5", "-5", "7"},
+        {nullptr, "no separator", "", ""},
+        {"I3", "99999999999", "2147483647", "7"},
+        {"I4", "", "0", "7"},
+        {nullptr, "=root\\VT_Eventing:TypedClass.I5=1", "", ""},
+        {"S1", "\"quoted\"", "\"quoted\"", "\"plain\""},
+        {"S2", "in\"side=x", "\"in\\\"side=x\"", "\"plain\""},
+        {"S3", "", "\"\"", "\"plain\""},
+        {"S4", strLong, "\"" + strLong + "\"", "\"plain\""},
+        {"B1", "true", "false", ""},
+        {"R1", "7", "0.0", ""},
+        {"A1", "c", "{}", ""},
+    };
+    std::vector<std::string> lines, backup;
+    std::string strExpected = m_strBefore;
+    for (const Row& row : rows)
+    {
+        const std::string strKey = std::to_string(lines.size() + 1) + "=";
+        // Backslashes around the namespace are dropped.
+        const std::string strPath =
+            std::string(lines.size() % 2 ? "\\\\root\\VT_Eventing\\" : "root\\VT_Eventing") + ":TypedClass." +
+            (row.szQualifier ? row.szQualifier : "");
+        lines.push_back(strKey + (row.szQualifier ? strPath + "=" : "") + row.strValue);
+        if (row.szQualifier)
+        {
+            backup.push_back(strKey + strPath + "=" + row.szOld);
+            strExpected = WithQualifier(strExpected, "TypedClass", row.szQualifier, row.strStored);
+        }
+    }
+    lines.push_back(std::to_string(lines.size() + 2) + "=root\\VT_Eventing:TypedClass.I5=1"); // after a gap
+    const auto run = RunSq(WriteIni("types.ini", lines, true), true);
+    EXPECT_EQ(0u, run.dwExitCode);
+    EXPECT_EQ(strExpected, m_world.Dump("root"));
+    EXPECT_EQ(backup, Section("types_backup.ini"));
+    const auto skipped = run.Records("SetQualifiers", "Internal", "Separator '=' not found");
+    ASSERT_EQ(2u, skipped.size());
+    EXPECT_EQ("Warning", testkit::SplitTabs(skipped[0])[3]);
+}
+
+TEST_F(SetQualifiersJob, FirstFailingEntryStopsWith22AndKeepsWhatWasSet)
+{
+    struct Row
+    {
+        const char* szPath;
+        const char* szFault;
+        const char* szMessage;
+        const char* szDetail; // what the trace must also hold
+    };
+    const Row rows[] = {
+        {"root\\Nowhere:SampleClass.version", "", "Could not connect to namespaceh",
+         "ns=root\\Nowhere, hr=0x8004100e"},
+        {"root\\VT_Eventing:NoClass.version", "", "oAcc.GetQualifier failed!", "hr=0x80041002"},
+        {"root\\VT_Eventing:SampleClass.NoQual", "", "oAcc.GetQualifier failed!", "hr=0x80041002"},
+        {"root\\VT_Eventing:SampleClass.version", "PutClass 0x80041003 class=SampleClass",
+         "oAcc.SetQualifier failed!", "hr=0x80041003"},
+        {"root\\VT_Eventing.SampleClass.version", "", "Namespace separator not found in path", ""},
+        {":SampleClass.version", "", "Namespace separator not found in path", ""},
+        {"root\\VT_Eventing:SampleClass", "", "Qualifier separator not found in path", ""},
+        {"root\\VT_Eventing:.version", "", "Qualifier separator not found in path", ""},
+        {"root\\VT_Eventing:Odd.SampleClass.version", "", "oAcc.GetQualifier failed!",
+         "szClassName: Odd.SampleClass, szQualifierName: version,"},
+    };
+    for (const Row& row : rows)
+    {
+        SCOPED_TRACE(row.szPath);
+        m_world.Tool("reset");
+        m_world.Tool("fault clear");
+        m_world.Seed(kSeedMof);
+        if (*row.szFault != '\0')
+        {
+            m_world.Fault(row.szFault);
+        }
+        const std::string strIni =
+            WriteIni("fail.ini",
+                     {"1=root\\VT_Eventing:TypedClass.S1=set", std::string("2=") + row.szPath + "=1",
+                      "3=root\\VT_Eventing:TypedClass.S2=never"},
+                     true);
+        const auto run = RunSq(strIni, true);
+        EXPECT_EQ(22u, run.dwExitCode);
+        EXPECT_EQ(WithQualifier(m_strBefore, "TypedClass", "S1", "\"set\""), m_world.Dump("root"));
+        EXPECT_EQ(std::vector<std::string>{"1=root\\VT_Eventing:TypedClass.S1=\"plain\""},
+                  Section("fail_backup.ini"));
+        const auto failed = run.Records("CWmiWork::QualifierSet", "Internal", row.szMessage);
+        ASSERT_EQ(1u, failed.size());
+        EXPECT_EQ("Error", testkit::SplitTabs(failed[0])[3]);
+        EXPECT_TRUE(run.Has(row.szDetail));
+        EXPECT_TRUE(
+            run.Has("CWmiWork::QualifierSet failed\tpath='" + std::string(row.szPath) + "', value='1'"));
+    }
+}
+
+TEST_F(SetQualifiersJob, MissingFilesAndSectionChangeNothing)
+{
+    const std::string strEntry = "1=root\\VT_Eventing:SampleClass.version=3.0";
+    const std::string strNoExt = WriteIni("noext", {strEntry});
+    const struct
+    {
+        std::string strIni;
+        DWORD dwExit;
+        const char* szMessage;
+    } rows[] = {
+        {m_world.Dir().File("missing.ini"), 3, "oWmi.OpenIni failed"},
+        {strNoExt, 3, "oIniBa.OpenIni failed"}, // its backup file is not there
+        {WriteIni("other.ini", {strEntry}, true, "[Qualifiers]"), 0, "Method SetQualifiers has been left."},
+    };
+    for (const auto& row : rows)
+    {
+        const auto run = RunSq(row.strIni, true);
+        EXPECT_EQ(row.dwExit, run.dwExitCode) << row.strIni;
+        EXPECT_EQ(m_strBefore, m_world.Dump("root"));
+        EXPECT_EQ(1u, run.Records("SetQualifiers", "", row.szMessage).size()) << row.strIni;
+        EXPECT_FALSE(run.Has("CWmiWork::QualifierSet"));
+    }
+    // The backup name of a file without extension ends in "_backup"; it was not created.
+    EXPECT_FALSE(testkit::FileExists(strNoExt + "_backup"));
+    m_world.WriteMof("noext_backup", "");
+    EXPECT_EQ(0u, RunSq(strNoExt, true).dwExitCode);
+    EXPECT_EQ(std::vector<std::string>{"1=root\\VT_Eventing:SampleClass.version=\"2.0\""},
+              Section("noext_backup"));
+}
