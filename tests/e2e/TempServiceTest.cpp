@@ -3,8 +3,9 @@
 // process that is not LocalSystem. TarvosSvcHost.exe (Tarvos's sources with an entry point that
 // takes the LocalSystem branch beside its own normal instance) shows the service side: the job
 // inside the service and its code handed back through the shared section.
-#include "ArcaTrace.h"
 #include "EmuWorld.h"
+#include "ScHandle.h"
+#include "SharedCounters.h"
 #include "TempService.h"
 #include "TestKit.h"
 
@@ -39,76 +40,57 @@ std::string HostExe()
 // The "Tarvos" service as the service control manager holds it; "" when there is none.
 std::string ServiceConfig()
 {
-    std::string strConfig;
-    SC_HANDLE hScm = OpenSCManagerA(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
-    SC_HANDLE hService = hScm != nullptr ? OpenServiceA(hScm, "Tarvos", SERVICE_ALL_ACCESS) : nullptr;
+    CCScHandle scm(OpenSCManagerA(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
+    CCScHandle service(OpenServiceA(scm.Get(), "Tarvos", SERVICE_ALL_ACCESS));
     alignas(QUERY_SERVICE_CONFIGA) BYTE abConfig[8192];
-    auto* pConfig = reinterpret_cast<QUERY_SERVICE_CONFIGA*>(abConfig);
-    DWORD cbNeeded = 0;
-    if (hService != nullptr && QueryServiceConfigA(hService, pConfig, sizeof(abConfig), &cbNeeded))
+    auto* p = reinterpret_cast<QUERY_SERVICE_CONFIGA*>(abConfig);
+    DWORD cb = 0;
+    if (!service || !QueryServiceConfigA(service.Get(), p, sizeof(abConfig), &cb))
     {
-        char szNumbers[80];
-        snprintf(szNumbers, sizeof(szNumbers), "type=0x%lx start=%lu error=%lu tag=%lu",
-                 pConfig->dwServiceType, pConfig->dwStartType, pConfig->dwErrorControl, pConfig->dwTagId);
-        strConfig = std::string(szNumbers) + " path=" + pConfig->lpBinaryPathName +
-                    " group=" + pConfig->lpLoadOrderGroup + " deps=" + pConfig->lpDependencies +
-                    " account=" + pConfig->lpServiceStartName + " display=" + pConfig->lpDisplayName;
+        return "";
     }
-    if (hService != nullptr)
-    {
-        CloseServiceHandle(hService);
-    }
-    if (hScm != nullptr)
-    {
-        CloseServiceHandle(hScm);
-    }
-    return strConfig;
+    char szNumbers[80];
+    snprintf(szNumbers, sizeof(szNumbers), "type=0x%lx start=%lu error=%lu tag=%lu", p->dwServiceType,
+             p->dwStartType, p->dwErrorControl, p->dwTagId);
+    return std::string(szNumbers) + " path=" + p->lpBinaryPathName + " group=" + p->lpLoadOrderGroup +
+           " deps=" + p->lpDependencies + " account=" + p->lpServiceStartName +
+           " display=" + p->lpDisplayName;
 }
 
-// The emulator's files for the service process too, which does not inherit the test's
-// environment: HKLM\Software\WmiEmu points at them for the time of the test.
+// The service process does not inherit the test's environment: for the time of the test the
+// emulator's registry values name the world's repository and fault file.
 class CEmuForServices
 {
 public:
     explicit CEmuForServices(const testkit::CEmuWorld& world)
     {
-        RegCreateKeyExA(HKEY_LOCAL_MACHINE, "Software\\WmiEmu", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                        &m_hKey, nullptr);
         for (int i = 0; i < 2; ++i)
         {
             char szOld[MAX_PATH] = {};
-            DWORD cb = sizeof(szOld) - 1;
-            m_abHad[i] = RegQueryValueExA(m_hKey, kNames[i], nullptr, nullptr, reinterpret_cast<BYTE*>(szOld),
-                                          &cb) == ERROR_SUCCESS;
+            DWORD cb = sizeof(szOld);
+            m_abHad[i] = RegGetValueA(HKEY_LOCAL_MACHINE, kKey, kNames[i], RRF_RT_REG_SZ, nullptr, szOld,
+                                      &cb) == ERROR_SUCCESS;
             m_astrOld[i] = szOld;
-            const std::string strNew = world.Dir().File(i == 0 ? "repository.txt" : "faults.txt");
-            RegSetValueExA(m_hKey, kNames[i], 0, REG_SZ, reinterpret_cast<const BYTE*>(strNew.c_str()),
-                           static_cast<DWORD>(strNew.size() + 1));
+            Set(kNames[i], world.Dir().File(i == 0 ? "repository.txt" : "faults.txt"));
         }
     }
     ~CEmuForServices()
     {
         for (int i = 0; i < 2; ++i)
         {
-            if (m_abHad[i])
-            {
-                RegSetValueExA(m_hKey, kNames[i], 0, REG_SZ,
-                               reinterpret_cast<const BYTE*>(m_astrOld[i].c_str()),
-                               static_cast<DWORD>(m_astrOld[i].size() + 1));
-            }
-            else
-            {
-                RegDeleteValueA(m_hKey, kNames[i]);
-            }
+            m_abHad[i] ? Set(kNames[i], m_astrOld[i])
+                       : (void)RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, kKey, kNames[i]);
         }
-        RegCloseKey(m_hKey);
     }
-    CEmuForServices(const CEmuForServices&) = delete;
-    CEmuForServices& operator=(const CEmuForServices&) = delete;
 
 private:
+    static constexpr const char* kKey = "Software\\WmiEmu";
     static constexpr const char* kNames[2] = {"Repository", "Faults"};
-    HKEY m_hKey = nullptr;
+    static void Set(const char* szName, const std::string& strValue)
+    {
+        RegSetKeyValueA(HKEY_LOCAL_MACHINE, kKey, szName, REG_SZ, strValue.c_str(),
+                        static_cast<DWORD>(strValue.size() + 1));
+    }
     bool m_abHad[2] = {};
     std::string m_astrOld[2];
 };
@@ -138,27 +120,21 @@ protected:
     ServiceRun Run(const std::string& strExe, const std::string& strArgs)
     {
         testkit::CScratchDir dir;
-        const std::string astrFiles[2] = {dir.File("normal.trc"), dir.File("service.trc")};
-        testkit::CScratchKey normalKey(testkit::kTarvosTraceKey);
-        testkit::CScratchKey serviceKey(kServiceTraceKey);
-        testkit::CScratchKey* apKeys[2] = {&normalKey, &serviceKey};
+        testkit::CScratchKey aKeys[2] = {testkit::CScratchKey(testkit::kTarvosTraceKey),
+                                         testkit::CScratchKey(kServiceTraceKey)};
         for (int i = 0; i < 2; ++i)
         {
-            apKeys[i]->SetDword("Trace", 1);
-            apKeys[i]->SetDword("TraceLevel", 6);
-            apKeys[i]->SetDword("TraceClear", 0);
-            apKeys[i]->SetString("TraceFile", astrFiles[i]);
+            aKeys[i].SetDword("Trace", 1);
+            aKeys[i].SetDword("TraceLevel", 6);
+            aKeys[i].SetDword("TraceClear", 0);
+            aKeys[i].SetString("TraceFile", dir.File(std::to_string(i) + ".trc"));
         }
         ServiceRun run;
         run.normal = testkit::RunProgram("\"" + strExe + "\" " + strArgs, m_world.Dir().Path(), 100000);
-        TarvosRun* apRuns[2] = {&run.normal, &run.service};
-        for (int i = 0; i < 2; ++i)
+        for (TarvosRun* pRun : {&run.normal, &run.service})
         {
-            if (testkit::FileExists(astrFiles[i]))
-            {
-                apRuns[i]->strTrace = testkit::ReadUtf16Text(astrFiles[i]);
-                apRuns[i]->lines = testkit::SplitRecords(apRuns[i]->strTrace);
-            }
+            pRun->strTrace = testkit::ReadUtf16Text(dir.File(pRun == &run.normal ? "0.trc" : "1.trc"));
+            pRun->lines = testkit::SplitRecords(pRun->strTrace);
         }
         return run;
     }
@@ -285,21 +261,27 @@ TEST_F(TempService, JobRunsInsideTheServiceAndItsCodeComesBack)
     }
 }
 
-TEST(TempServiceDelete, MissingServiceIsAlreadyGone)
+// Beside a normal instance, but not started by the service control manager: the dispatcher
+// fails with 1063 and the job runs in-process.
+TEST_F(TempService, ProcessNotStartedAsServiceRunsTheJobItself)
 {
-    testkit::CScratchDir dir;
-    CCArcaTrace trace;
-    trace.InitExplicit(dir.File("delete.trc").c_str(), 6, 0);
-    ASSERT_EQ("", ServiceConfig());
-    EXPECT_TRUE(CCTempService::ServiceDelete("NoSuchService"));
-    TarvosRun run;
-    run.lines = testkit::SplitRecords(testkit::ReadUtf16Text(dir.File("delete.trc")));
-    EXPECT_EQ("ServiceName='Tarvos'", Only(run, "CCTempService::ServiceDelete", "Enter"));
-    const auto missing =
-        run.Records("CCTempService::ServiceDelete", "Internal", "The service does not existe");
-    ASSERT_EQ(1u, missing.size());
-    EXPECT_EQ("Info", SplitTabs(missing[0])[3]);
-    EXPECT_EQ("ret=true", Only(run, "CCTempService::ServiceDelete", "Leave"));
-    EXPECT_TRUE(run.Records("CCTempService::ServiceDelete", "Internal", "Waiting for SCM to complete delete")
-                    .empty());
+    testkit::CSharedCounters counters(HostExe());
+    ASSERT_TRUE(counters.IsMapped());
+    m_world.Seed(AgentMof("5.0"));
+    const std::string strMof = m_world.WriteMof("agent.mof", AgentMof("1.0"));
+    counters.Inst() = 1; // as if a normal instance were running
+    const ServiceRun run = Run(HostExe(), "/cf \"/mof=" + strMof + "\"");
+    counters.Inst() = 0;
+    EXPECT_EQ(0, counters.SystemInst());
+    EXPECT_EQ(0u, run.normal.dwExitCode);
+    EXPECT_TRUE(run.normal.lines.empty()) << "the process traces as the LocalSystem one";
+    const auto failed = run.service.Records("CCTempService::RegisterDispatcher", "Internal",
+                                            "StartServiceCtrlDispatcher failed");
+    ASSERT_EQ(1u, failed.size());
+    EXPECT_EQ("Warning", SplitTabs(failed[0])[3]);
+    EXPECT_EQ(0u, Message(failed[0]).rfind("err=0x00000427, '", 0)) << Message(failed[0]);
+    EXPECT_EQ("ret=0x00000427", Only(run.service, "CCTempService::RegisterDispatcher", "Leave"));
+    EXPECT_TRUE(run.service.Records("CCTempService::ServiceMain").empty());
+    EXPECT_EQ("nReturn=18 '18, EXITCODE_ERR_MOF_OLD_VERSION'", Only(run.service, "DoTheJob", "Leave"));
+    EXPECT_EQ("nReturn=0 '0, EXITCODE_OK'", Only(run.service, "main", "Leave"));
 }
