@@ -250,7 +250,10 @@ TEST_F(TempService, JobRunsInsideTheServiceAndItsCodeComesBack)
                   Only(run.service, "CCTempService::RegisterDispatcher", "Enter").substr(0, 32));
         EXPECT_EQ("\nargc=5\nargv[0]='Tarvos'\nargv[1]='" + HostExe() + "'\nargv[2]='/cf'",
                   Only(run.service, "TempServiceProc", "Enter"));
-        EXPECT_NE(std::string::npos, run.service.strTrace.find("mof='" + strMof + "'"));
+        for (const std::string& strParsed : {std::string("System=true"), "mof='" + strMof + "'"})
+        {
+            EXPECT_NE(std::string::npos, run.service.strTrace.find(strParsed)) << strParsed;
+        }
         EXPECT_EQ("gg_nSvcExitcode=" + std::to_string(c.nJob), Only(run.service, "TempServiceProc", "Leave"));
         EXPECT_EQ("ret=0x00000000", Only(run.service, "CCTempService::RegisterDispatcher", "Leave"));
         EXPECT_TRUE(
