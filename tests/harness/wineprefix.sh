@@ -21,7 +21,16 @@ setup)
     # Otherwise every process that makes a window (COM's apartment window among them)
     # waits seconds for a desktop process that cannot start.
     wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f </dev/null >/dev/null 2>&1
-    wine wineboot --init </dev/null >/dev/null 2>&1
+    # The first process of a wineserver session boots the prefix (services, devices, desktop);
+    # that boot ran before the setting above. A fresh session boots once more, with it. (An
+    # explicit "wineboot --init" would start a second service control manager beside the
+    # first, and the two would answer service calls in turn, each from its own database.)
+    wineserver -k || true
+    wineserver -w || true
+    wineserver -p </dev/null >/dev/null 2>&1
+    # Its first process asks for the desktop window, so the desktop process starts here with
+    # no handles of a test's output (a test that started it would leave CTest waiting).
+    wine rundll32 user32.dll,GetDesktopWindow </dev/null >/dev/null 2>&1
     # Wine's automatic prefix update rewrites COM registrations (the WMI locator's among
     # them) after an upgrade; the tests own this prefix, so it is never updated behind them.
     echo disable >"$WINEPREFIX/.update-timestamp"

@@ -1,0 +1,290 @@
+// /system through Wine's service control manager. Tarvos.exe itself shows the normal side: the
+// service "Tarvos" and its configuration, the leftover of an earlier run, and the service
+// process that is not LocalSystem. TarvosSvcHost.exe (Tarvos's sources with an entry point that
+// takes the LocalSystem branch beside its own normal instance) shows the service side: the job
+// inside the service and its code handed back through the shared section.
+#include "EmuWorld.h"
+#include "ScHandle.h"
+#include "SharedCounters.h"
+#include "TempService.h"
+#include "TestKit.h"
+
+#include <gtest/gtest.h>
+
+using testkit::SplitTabs;
+using testkit::TarvosRun;
+
+namespace
+{
+const char kServiceTraceKey[] = "Software\\Brevane\\Common\\Tracing\\TarvosSvc.exe\\1.02";
+
+std::string Message(const std::string& strRecord)
+{
+    const auto cols = SplitTabs(strRecord);
+    return cols.size() >= 9 ? cols[8] : std::string();
+}
+
+// The single record of a method, category and text as its message; a marker when not one.
+std::string Only(const TarvosRun& run, const std::string& strMethod, const std::string& strCategory,
+                 const std::string& strText = "")
+{
+    const auto found = run.Records(strMethod, strCategory, strText);
+    return found.size() == 1 ? Message(found[0]) : "<" + std::to_string(found.size()) + " records>";
+}
+
+std::string HostExe()
+{
+    return testkit::TarvosExe().substr(0, testkit::TarvosExe().rfind('\\') + 1) + "TarvosSvcHost.exe";
+}
+
+// The "Tarvos" service as the service control manager holds it; "" when there is none.
+std::string ServiceConfig()
+{
+    CCScHandle scm(OpenSCManagerA(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
+    CCScHandle service(OpenServiceA(scm.Get(), "Tarvos", SERVICE_ALL_ACCESS));
+    alignas(QUERY_SERVICE_CONFIGA) BYTE abConfig[8192];
+    auto* p = reinterpret_cast<QUERY_SERVICE_CONFIGA*>(abConfig);
+    DWORD cb = 0;
+    if (!service || !QueryServiceConfigA(service.Get(), p, sizeof(abConfig), &cb))
+    {
+        return "";
+    }
+    char szNumbers[80];
+    snprintf(szNumbers, sizeof(szNumbers), "type=0x%lx start=%lu error=%lu tag=%lu", p->dwServiceType,
+             p->dwStartType, p->dwErrorControl, p->dwTagId);
+    return std::string(szNumbers) + " path=" + p->lpBinaryPathName + " group=" + p->lpLoadOrderGroup +
+           " deps=" + p->lpDependencies + " account=" + p->lpServiceStartName +
+           " display=" + p->lpDisplayName;
+}
+
+// The service process does not inherit the test's environment: for the time of the test the
+// emulator's registry values name the world's repository and fault file.
+class CEmuForServices
+{
+public:
+    explicit CEmuForServices(const testkit::CEmuWorld& world)
+    {
+        for (int i = 0; i < 2; ++i)
+        {
+            char szOld[MAX_PATH] = {};
+            DWORD cb = sizeof(szOld);
+            m_abHad[i] = RegGetValueA(HKEY_LOCAL_MACHINE, kKey, kNames[i], RRF_RT_REG_SZ, nullptr, szOld,
+                                      &cb) == ERROR_SUCCESS;
+            m_astrOld[i] = szOld;
+            Set(kNames[i], world.Dir().File(i == 0 ? "repository.txt" : "faults.txt"));
+        }
+    }
+    ~CEmuForServices()
+    {
+        for (int i = 0; i < 2; ++i)
+        {
+            m_abHad[i] ? Set(kNames[i], m_astrOld[i])
+                       : (void)RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, kKey, kNames[i]);
+        }
+    }
+
+private:
+    static constexpr const char* kKey = "Software\\WmiEmu";
+    static constexpr const char* kNames[2] = {"Repository", "Faults"};
+    static void Set(const char* szName, const std::string& strValue)
+    {
+        RegSetKeyValueA(HKEY_LOCAL_MACHINE, kKey, szName, REG_SZ, strValue.c_str(),
+                        static_cast<DWORD>(strValue.size() + 1));
+    }
+    bool m_abHad[2] = {};
+    std::string m_astrOld[2];
+};
+
+struct ServiceRun
+{
+    TarvosRun normal;  // exit code and the records of Tarvos.exe's trace key
+    TarvosRun service; // the records of TarvosSvc.exe's trace key
+};
+
+class TempService : public ::testing::Test
+{
+protected:
+    testkit::CEmuWorld m_world;
+    CEmuForServices m_emu{m_world};
+
+    void SetUp() override
+    {
+        // No leftover from a test that failed half-way.
+        CCTempService::ServiceDelete("Tarvos");
+        ASSERT_EQ("", ServiceConfig());
+    }
+    void TearDown() override { CCTempService::ServiceDelete("Tarvos"); }
+
+    // Runs a program in the world's folder. Both trace keys append (no clearing), so the
+    // normal instance and the service process can share one file without losing records.
+    ServiceRun Run(const std::string& strExe, const std::string& strArgs)
+    {
+        testkit::CScratchDir dir;
+        testkit::CScratchKey aKeys[2] = {testkit::CScratchKey(testkit::kTarvosTraceKey),
+                                         testkit::CScratchKey(kServiceTraceKey)};
+        for (int i = 0; i < 2; ++i)
+        {
+            aKeys[i].SetDword("Trace", 1);
+            aKeys[i].SetDword("TraceLevel", 6);
+            aKeys[i].SetDword("TraceClear", 0);
+            aKeys[i].SetString("TraceFile", dir.File(std::to_string(i) + ".trc"));
+        }
+        ServiceRun run;
+        run.normal = testkit::RunProgram("\"" + strExe + "\" " + strArgs, m_world.Dir().Path(), 100000);
+        for (TarvosRun* pRun : {&run.normal, &run.service})
+        {
+            pRun->strTrace = testkit::ReadUtf16Text(dir.File(pRun == &run.normal ? "0.trc" : "1.trc"));
+            pRun->lines = testkit::SplitRecords(pRun->strTrace);
+        }
+        return run;
+    }
+    std::string AgentMof(const std::string& strVersion, const std::string& strExtra = "") const
+    {
+        return "#pragma namespace(\"\\\\\\\\.\\\\root\")\ninstance of __Namespace { Name = \"TarvosTest\"; "
+               "};\n"
+               "#pragma namespace(\"\\\\\\\\.\\\\root\\\\TarvosTest\")\n[Version(\"" +
+               strVersion + "\")] class Tvs_Agent { [key] string Name; };\n" + strExtra;
+    }
+};
+} // namespace
+
+// Under Wine the service process runs in the same administrator account as everything else, so
+// Tarvos.exe started by the service control manager is a second normal instance: it is refused
+// before it connects, the start fails, and nothing is waited for or deleted.
+TEST_F(TempService, TarvosExeCreatesTheServiceAndALeftoverIsReplaced)
+{
+    const std::string strMof = m_world.WriteMof("agent.mof", AgentMof("1.0"));
+    const std::string strArgs = "/cf \"/mof=" + strMof + "\" /system";
+    const ServiceRun first = Run(testkit::TarvosExe(), strArgs);
+    ASSERT_FALSE(first.normal.bTimedOut);
+    EXPECT_EQ("argc=4", Only(first.normal, "CCTempService::RunAsService", "Enter"));
+    EXPECT_EQ("argc=4", Only(first.normal, "CCTempService::StartAsService", "Enter"));
+    EXPECT_EQ("ret=true", Only(first.normal, "CCTempService::IsAdmin", "Leave"));
+    EXPECT_EQ("type=0x110 start=3 error=1 tag=0 path=" + testkit::TarvosExe() +
+                  " group= deps= account=LocalSystem display=Tarvos",
+              ServiceConfig());
+
+    // The service's process, in the same trace file: not LocalSystem, so over the limit.
+    const auto refused = first.normal.Records("main", "Exception", "Too many normal instances");
+    ASSERT_EQ(1u, refused.size());
+    EXPECT_EQ("gg_nInst=2", Message(refused[0]));
+    const auto leaves = first.normal.Records("main", "Leave");
+    ASSERT_EQ(2u, leaves.size());
+    EXPECT_NE(SplitTabs(refused[0])[1], SplitTabs(leaves.back())[1])
+        << "the refused process is not the normal one";
+    EXPECT_TRUE(first.normal.Records("CCTempService::RegisterDispatcher").empty());
+
+    // The start failed: no wait and no deletion; the code is the shared section's, 0.
+    EXPECT_EQ("err=0x41D, 'Service request timeout.'",
+              Only(first.normal, "CCTempService::StartAsService", "Internal", "StartService failed"));
+    EXPECT_TRUE(first.normal.Records("CCTempService::WaitForServiceEnd").empty());
+    EXPECT_TRUE(first.normal.Records("CCTempService::CleanUp").empty());
+    EXPECT_EQ(0u, first.normal.dwExitCode);
+    EXPECT_EQ("nReturn=0 '0, EXITCODE_OK'", Message(leaves.back()));
+
+    // The second run finds the leftover, deletes it and creates the service again.
+    const ServiceRun second = Run(testkit::TarvosExe(), strArgs);
+    EXPECT_NE(std::string::npos, second.normal.strTrace.find("\ngg_nInst=0, gg_nSystemInst=0"))
+        << "both processes of the first run took their counts back";
+    EXPECT_EQ(1u, second.normal.Records("CCTempService::ServiceDelete", "Enter").size());
+    EXPECT_EQ("name='Tarvos'", Only(second.normal, "CCTempService::ServiceDelete", "Internal",
+                                    "The service was successfully deleted"));
+    EXPECT_EQ("name='Tarvos'", Only(second.normal, "CCTempService::ServiceDelete", "Internal",
+                                    "The service doesn't exist => OK"));
+    EXPECT_EQ("ret=true", Only(second.normal, "CCTempService::ServiceDelete", "Leave"));
+    // Created again: the start fails as before, not for want of a service handle.
+    EXPECT_EQ("err=0x41D, 'Service request timeout.'",
+              Only(second.normal, "CCTempService::StartAsService", "Internal", "StartService failed"));
+    EXPECT_NE("", ServiceConfig());
+    EXPECT_EQ(0u, second.normal.dwExitCode);
+}
+
+// The service side for real: the job runs inside the service and only its code comes back.
+TEST_F(TempService, JobRunsInsideTheServiceAndItsCodeComesBack)
+{
+    struct Case
+    {
+        const char* szName;
+        std::string strMof;
+        bool bSeedNewer;
+        int nJob;
+        DWORD dwExit;
+    };
+    const Case aCases[] = {
+        {"compiled", AgentMof("2.0"), false, 0, 0},
+        {"not newer", AgentMof("1.0"), true, 18, 0},
+        {"compile error", AgentMof("3.0", "instance of Tvs_Agent { Name = ; };\n"), false, 17, 17},
+    };
+    for (const Case& c : aCases)
+    {
+        SCOPED_TRACE(c.szName);
+        m_world.Tool("reset");
+        if (c.bSeedNewer)
+        {
+            m_world.Seed(AgentMof("5.0"));
+        }
+        const std::string strMof = m_world.WriteMof("agent.mof", c.strMof);
+        const ServiceRun run = Run(HostExe(), "/cf \"/mof=" + strMof + "\" /system");
+        ASSERT_FALSE(run.normal.bTimedOut);
+        EXPECT_EQ(c.dwExit, run.normal.dwExitCode);
+
+        // Normal side: started, waited for, deleted; 18 becomes 0 only here.
+        EXPECT_NE(std::string::npos, run.normal.strTrace.find("\ngg_nInst=0, gg_nSystemInst=0"));
+        EXPECT_EQ(0u,
+                  Only(run.normal, "CCTempService::StartAsService", "Leave").rfind("ret=0x00000000, ", 0));
+        EXPECT_EQ("dwTimeOut=5000", Only(run.normal, "CCTempService::WaitForServiceEnd", "Enter"));
+        EXPECT_EQ("ret='true'", Only(run.normal, "CCTempService::WaitForServiceEnd", "Leave"));
+        EXPECT_EQ("ret=true", Only(run.normal, "CCTempService::ServiceDelete", "Leave"));
+        EXPECT_EQ(
+            c.nJob == 18 ? 1u : 0u,
+            run.normal.Records("main", "Internal", "Changing EXITCODE_ERR_MOF_OLD_VERSION to EXITCODE_OK")
+                .size());
+        EXPECT_TRUE(run.normal.Records("DoTheJob").empty());
+        EXPECT_EQ("", ServiceConfig()) << "the service is gone";
+
+        // Service side: the dispatcher, the whole argument vector, the job's code unchanged.
+        EXPECT_EQ("bLocalSystem='true'\nargv[0]='" + HostExe() +
+                      "'\nargv[1]='null'\nargv[2]='null'\nargv[3]='null'\ngg_nInst=1, gg_nSystemInst=0",
+                  Only(run.service, "main", "Enter", "Tarvos called"));
+        EXPECT_EQ("pszServiceName='Tarvos', proc=0x",
+                  Only(run.service, "CCTempService::RegisterDispatcher", "Enter").substr(0, 32));
+        EXPECT_EQ("\nargc=5\nargv[0]='Tarvos'\nargv[1]='" + HostExe() + "'\nargv[2]='/cf'",
+                  Only(run.service, "TempServiceProc", "Enter"));
+        for (const std::string& strParsed : {std::string("System=true"), "mof='" + strMof + "'"})
+        {
+            EXPECT_NE(std::string::npos, run.service.strTrace.find(strParsed)) << strParsed;
+        }
+        EXPECT_EQ("gg_nSvcExitcode=" + std::to_string(c.nJob), Only(run.service, "TempServiceProc", "Leave"));
+        EXPECT_EQ("ret=0x00000000", Only(run.service, "CCTempService::RegisterDispatcher", "Leave"));
+        EXPECT_TRUE(
+            run.service.Records("main", "Internal", "Changing EXITCODE_ERR_MOF_OLD_VERSION to EXITCODE_OK")
+                .empty());
+        EXPECT_EQ("nReturn=0 '0, EXITCODE_OK'", Only(run.service, "main", "Leave"));
+        EXPECT_EQ(c.nJob != 17, m_world.Dump("root\\TarvosTest").find("Tvs_Agent") != std::string::npos);
+    }
+}
+
+// Beside a normal instance, but not started by the service control manager: the dispatcher
+// fails with 1063 and the job runs in-process.
+TEST_F(TempService, ProcessNotStartedAsServiceRunsTheJobItself)
+{
+    testkit::CSharedCounters counters(HostExe());
+    ASSERT_TRUE(counters.IsMapped());
+    m_world.Seed(AgentMof("5.0"));
+    const std::string strMof = m_world.WriteMof("agent.mof", AgentMof("1.0"));
+    counters.Inst() = 1; // as if a normal instance were running
+    const ServiceRun run = Run(HostExe(), "/cf \"/mof=" + strMof + "\"");
+    counters.Inst() = 0;
+    EXPECT_EQ(0, counters.SystemInst());
+    EXPECT_EQ(0u, run.normal.dwExitCode);
+    EXPECT_TRUE(run.normal.lines.empty()) << "the process traces as the LocalSystem one";
+    const auto failed = run.service.Records("CCTempService::RegisterDispatcher", "Internal",
+                                            "StartServiceCtrlDispatcher failed");
+    ASSERT_EQ(1u, failed.size());
+    EXPECT_EQ("Warning", SplitTabs(failed[0])[3]);
+    EXPECT_EQ(0u, Message(failed[0]).rfind("err=0x00000427, '", 0)) << Message(failed[0]);
+    EXPECT_EQ("ret=0x00000427", Only(run.service, "CCTempService::RegisterDispatcher", "Leave"));
+    EXPECT_TRUE(run.service.Records("CCTempService::ServiceMain").empty());
+    EXPECT_EQ("nReturn=18 '18, EXITCODE_ERR_MOF_OLD_VERSION'", Only(run.service, "DoTheJob", "Leave"));
+    EXPECT_EQ("nReturn=0 '0, EXITCODE_OK'", Only(run.service, "main", "Leave"));
+}
