@@ -1,5 +1,6 @@
 #!/bin/bash
 # Installs what the build and the tests need, when it is missing (Debian; run as root).
+#   prerequisites.sh --list    only names the missing packages on stdout (any user)
 set -euo pipefail
 need=()
 command -v cmake >/dev/null || need+=(cmake)
@@ -10,6 +11,10 @@ command -v x86_64-w64-mingw32-windres >/dev/null || need+=(binutils-mingw-w64-x8
 command -v wine >/dev/null || need+=(wine)
 [ -x /usr/lib/wine/wine64 ] || need+=(wine64)
 [ -f /usr/src/googletest/CMakeLists.txt ] || need+=(googletest)
+if [ "${1:-}" = --list ]; then
+    echo "${need[*]}"
+    exit 0
+fi
 if [ ${#need[@]} -gt 0 ]; then
     echo "Installing: ${need[*]}"
     export DEBIAN_FRONTEND=noninteractive

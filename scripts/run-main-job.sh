@@ -1,40 +1,95 @@
 #!/bin/bash
-# The main job: Tarvos.exe /CF against the emulated WMI in a private Wine prefix, with
-# tracing switched on. Shows the repository before and after, the exit code and the trace.
+# Runs Tarvos.exe once against the emulated WMI in a private, cached Wine prefix and shows what
+# it did: the exit code, the repository difference, the autorecover list, the files it wrote and
+# the trace. Without arguments it runs the demo: /CF of examples/DemoAgent.mof over version 1.0.
+#
+#   scripts/run-main-job.sh [options] -- <Tarvos command line>
+#   scripts/run-main-job.sh [options] --undo-check <file.mof>
+#
+# Options:
+#   --seed <a.mof>          compile into the repository before the run (repeatable, in order)
+#   --repository <dump>     start from a repository dump (wmiemutool dump) instead of a fresh one
+#   --autorecover <path>    an entry of the WMI autorecover list (repeatable)
+#   --reg [<key>\]<name>=<value>
+#                           a string value for /CM; <key> defaults to the /CM key below
+#                           HKLM; a <value> naming an existing file becomes its Windows path
+#   --trace-level <1..6>    trace level of the run (default 4)
+#   --keep                  leave the repository, registry and prefix as the run left them
+#   --stop                  only stop the cached prefix's Wine processes
+#
+# The prefix and the run's files live in build/mingw/mainjob (or $MAINJOB_DIR).
+# Paths of the user's files (in --seed, /MOF=, /INI=, --reg values) are Linux paths; Wine sees
+# them under their own names on drive Z:, so relative #pragma include folders resolve as usual.
 set -euo pipefail
-cd "$(dirname "$0")/.."
-scripts/build.sh >/dev/null
+here=$(cd "$(dirname "$0")" && pwd)
+source "$here/mainjob/world.sh"
+source "$here/mainjob/report.sh"
 
-build=$PWD/build/mingw
-prefix=$build/mainjob-prefix
-tests/harness/wineprefix.sh setup "$prefix" "$build/tests/wmiemu/wmiemu.reg"
-trap 'tests/harness/wineprefix.sh cleanup "$prefix"' EXIT
-export WINEPREFIX=$prefix WINEDEBUG=-all DISPLAY=
+usage() {
+    sed -n '5,22p' "$0" | sed 's/^# \{0,1\}//' >&2
+    exit 2
+}
+fail() {
+    echo "run-main-job: $*" >&2
+    exit 2
+}
 
-demo=$prefix/drive_c/tarvos-demo
-mkdir -p "$demo"
-cp examples/DemoAgent_1.0.mof examples/DemoAgent.mof "$demo/"
-tool() { wine "$build/bin/wmiemutool.exe" "$@"; }
-tool seed 'C:\tarvos-demo\DemoAgent_1.0.mof' >/dev/null
+seeds=() autorecover=() regs=() tarvos_args=() repository='' undo='' level=4 keep=0 demo=1
+while [ $# -gt 0 ]; do
+    case "$1" in
+    --seed) [ $# -ge 2 ] || usage; seeds+=("$2"); shift 2 ;;
+    --repository) [ $# -ge 2 ] || usage; repository=$2; shift 2 ;;
+    --autorecover) [ $# -ge 2 ] || usage; autorecover+=("$2"); shift 2 ;;
+    --reg) [ $# -ge 2 ] || usage; regs+=("$2"); shift 2 ;;
+    --trace-level) [ $# -ge 2 ] || usage; level=$2; shift 2 ;;
+    --keep) keep=1; shift ;;
+    --stop) world_stop; exit 0 ;;
+    --undo-check) [ $# -ge 2 ] || usage; undo=$2; demo=0; shift 2 ;;
+    --) shift; tarvos_args=("$@"); demo=0; break ;;
+    -h | --help) usage ;;
+    *) echo "run-main-job: unknown option '$1'" >&2; usage ;;
+    esac
+done
+[[ "$level" =~ ^[1-6]$ ]] || fail "--trace-level takes 1 to 6, not '$level'"
+[ -z "$undo" ] || [ ${#tarvos_args[@]} -eq 0 ] || fail "--undo-check takes no Tarvos command line"
+[ -z "$repository" ] || [ ${#seeds[@]} -eq 0 ] || fail "--repository and --seed exclude each other"
+for f in "${seeds[@]}" $repository $undo; do
+    [ -f "$f" ] || fail "no such file: $f"
+done
 
-key='HKLM\Software\Brevane\Common\Tracing\Tarvos.exe\1.02'
-wine reg add "$key" /v Trace /t REG_DWORD /d 1 /f >/dev/null
-wine reg add "$key" /v TraceLevel /t REG_DWORD /d 6 /f >/dev/null
-wine reg add "$key" /v TraceClear /t REG_DWORD /d 1 /f >/dev/null
-wine reg add "$key" /v TraceFile /t REG_SZ /d 'C:\tarvos-demo\Tarvos.trc' /f >/dev/null
+if [ $demo = 1 ]; then
+    seeds=("$here/../examples/DemoAgent_1.0.mof")
+    tarvos_args=(/CF "/MOF=$here/../examples/DemoAgent.mof")
+fi
 
-echo "== Repository before (root\\TarvosDemo)"
-tool dump 'root\TarvosDemo' | tr -d '\r'
-echo
-echo "== Tarvos.exe /CF /MOF=C:\\tarvos-demo\\DemoAgent.mof"
-set +e
-wine "$build/bin/Tarvos.exe" /CF '/MOF=C:\tarvos-demo\DemoAgent.mof'
-code=$?
-set -e
-echo "Exit code: $code"
-echo
-echo "== Trace file C:\\tarvos-demo\\Tarvos.trc"
-iconv -f UTF-16 -t UTF-8 "$demo/Tarvos.trc" | tr -d '\r'
-echo
-echo "== Repository after (root\\TarvosDemo)"
-tool dump 'root\TarvosDemo' | tr -d '\r'
+# Tarvos's own file names become Windows names; a missing MOF or INI file is a user's slip.
+for i in "${!tarvos_args[@]}"; do
+    a=${tarvos_args[$i]}
+    case "${a,,}" in
+    /mof=* | /ini=*)
+        f=${a:5}
+        f=${f#\"} f=${f%\"}
+        if [ -n "$f" ] && ! is_windows_path "$f"; then
+            [ -e "$f" ] || fail "no such file: $f (given as ${a:0:5})"
+            tarvos_args[$i]="${a:0:5}$(windows_path "$f")"
+            written_dirs+=("$(dirname "$(realpath "$f")")")
+        fi
+        ;;
+    esac
+done
+
+world_ready
+world_reset "$repository"
+world_registry "$level" autorecover regs
+
+for f in "${seeds[@]}"; do
+    seed_mof "$f" || exit 2
+done
+
+if [ -n "$undo" ]; then
+    undo_check "$undo"
+else
+    run_and_report "${tarvos_args[@]}"
+fi
+[ $keep = 1 ] && keep_note || world_reset ""
+exit "$result"

@@ -1,0 +1,134 @@
+# What a run did, as the main job prints it. Sourced by run-main-job.sh.
+
+exit_text() {
+    case "$1" in
+    0) echo EXITCODE_OK ;;
+    1) echo "command line rejected" ;;
+    3) echo EXITCODE_ERR_INIFILE_NOT_FOUND ;;
+    4) echo EXITCODE_ERR_WMI_CONNECT ;;
+    5) echo EXITCODE_ERR_ACCESS_DENIED ;;
+    7) echo EXITCODE_ERR_NOTHING_DONE ;;
+    16) echo EXITCODE_ERR_MOFCOMP_CONNECT ;;
+    17) echo EXITCODE_ERR_COMPILE_MOF ;;
+    18) echo EXITCODE_ERR_MOF_OLD_VERSION ;;
+    19) echo EXITCODE_ERR_MOF_PARSING_FAILED ;;
+    20) echo EXITCODE_ERR_ADMIN_PERMISSIONS_REQUIRED ;;
+    21) echo EXITCODE_ERR_REG_ACCESS_FAILED ;;
+    22) echo EXITCODE_ERR_SET_QUALIFIER_FAILED ;;
+    23) echo EXITCODE_ERR_GENERAL_ERROR ;;
+    *) [ "$1" -ge 268435456 ] 2>/dev/null && echo EXITCODE_ERR_PARSE_TEMPLATE_MOF || echo "unknown exit code" ;;
+    esac
+}
+
+# The repository dump split into one file a namespace (a namespace's own line included).
+split_dump() {
+    mkdir -p "$2"
+    tr -d '\r' <"$1" | awk -v dir="$2" '
+        /^(namespace|class|instance) / { ns = $2; f = ns; gsub(/[\\\/]/, "#", f); f = dir "/" f }
+        /^wmiemu-repository/ { next }
+        f != "" { print >> f }'
+}
+
+repository_diff() {
+    local a=$jobdir/diff/before b=$jobdir/diff/after changed=0 f ns
+    rm -rf "$jobdir/diff"
+    split_dump "$1" "$a"
+    split_dump "$2" "$b"
+    for f in $( (ls "$a"; ls "$b") | sort -u); do
+        ns=${f//#/\\}
+        [ -f "$a/$f" ] || : >"$a/$f"
+        [ -f "$b/$f" ] || : >"$b/$f"
+        if ! cmp -s "$a/$f" "$b/$f"; then
+            changed=1
+            diff -u --label "before $ns" --label "after $ns" "$a/$f" "$b/$f" || true
+        fi
+    done
+    [ $changed = 1 ] || echo "(no change)"
+}
+
+trace_text() { [ -f "$run/Tarvos.trc" ] && iconv -f UTF-16 -t UTF-8 "$run/Tarvos.trc" | tr -d '\r'; }
+
+run_and_report() {
+    local stamp=$jobdir/stamp d
+    tool dump >"$jobdir/before.txt"
+    autorecover_list >"$jobdir/autorecover-before.txt"
+    touch "$stamp"
+    sleep 0.01
+    echo "== Tarvos.exe $*"
+    run_tarvos "$@"
+    result=$code
+    echo "Exit code: $code ($(exit_text "$code"))"
+    trace_text >"$jobdir/trace.txt" || true
+    if [ "$code" = 1 ]; then
+        echo "Refused because:"
+        grep -P '\tError\t' "$jobdir/trace.txt" | cut -f6- | sed 's/^/  /' || echo "  (no error record at this trace level)"
+    fi
+    echo
+    echo "== Repository difference"
+    tool dump >"$jobdir/after.txt"
+    repository_diff "$jobdir/before.txt" "$jobdir/after.txt"
+    autorecover_list >"$jobdir/autorecover-after.txt"
+    if ! cmp -s "$jobdir/autorecover-before.txt" "$jobdir/autorecover-after.txt"; then
+        echo
+        echo "== Autorecover list"
+        diff -u --label before --label after "$jobdir/autorecover-before.txt" "$jobdir/autorecover-after.txt" || true
+    fi
+    local files
+    files=$(for d in "${written_dirs[@]}"; do find "$d" -maxdepth 1 -type f -newer "$stamp"; done | sort -u)
+    if [ -n "$files" ]; then
+        echo
+        echo "== Files the run wrote"
+        echo "$files" | sed 's/^/  /'
+    fi
+    echo
+    echo "== Trace: $jobdir/trace.txt (UTF-8 copy of $run/Tarvos.trc)"
+    grep -P '\t(Error|Warning)\t' "$jobdir/trace.txt" | cut -f4- | sed 's/^/  /' || true
+}
+
+# Objects of a dump as one line each (header and body), sorted.
+dump_objects() {
+    tr -d '\r' <"$1" | awk '
+        /^wmiemu-repository/ { next }
+        /^[^ ]/ { if (o != "") print o; o = $0; next }
+        { o = o "\x1f" $0 }
+        END { if (o != "") print o }' | sort
+}
+
+undo_check() {
+    local mof
+    mof=$(windows_path "$1")
+    tool dump >"$jobdir/start.txt"
+    autorecover_list >"$jobdir/autorecover-start.txt"
+    echo "== Tarvos.exe /CF /MOF=$mof"
+    run_tarvos /CF "/MOF=$mof"
+    echo "Exit code: $code ($(exit_text "$code"))"
+    tool dump >"$jobdir/installed.txt"
+    echo "== Tarvos.exe /DD /MOF=$mof"
+    run_tarvos /DD "/MOF=$mof"
+    echo "Exit code: $code ($(exit_text "$code"))"
+    tool dump >"$jobdir/end.txt"
+    autorecover_list >"$jobdir/autorecover-end.txt"
+    trace_text >"$jobdir/trace.txt" || true
+    echo
+    echo "== Installed by /CF"
+    repository_diff "$jobdir/start.txt" "$jobdir/installed.txt"
+    dump_objects "$jobdir/start.txt" >"$jobdir/start.obj"
+    dump_objects "$jobdir/end.txt" >"$jobdir/end.obj"
+    local left lost
+    left=$(comm -13 "$jobdir/start.obj" "$jobdir/end.obj" | cut -d$'\x1f' -f1)
+    lost=$(comm -23 "$jobdir/start.obj" "$jobdir/end.obj" | cut -d$'\x1f' -f1)
+    echo
+    if [ -z "$left$lost" ] && cmp -s "$jobdir/autorecover-start.txt" "$jobdir/autorecover-end.txt"; then
+        echo "Undo check: clean, the repository is back where it started."
+        result=0
+        return
+    fi
+    echo "Undo check: NOT clean."
+    [ -z "$left" ] || { echo "Left over (or changed):"; echo "$left" | sed 's/^/  /'; }
+    [ -z "$lost" ] || { echo "Lost (or changed):"; echo "$lost" | sed 's/^/  /'; }
+    if ! cmp -s "$jobdir/autorecover-start.txt" "$jobdir/autorecover-end.txt"; then
+        echo "Autorecover list:"
+        diff --label start --label end "$jobdir/autorecover-start.txt" "$jobdir/autorecover-end.txt" | sed 's/^/  /' || true
+    fi
+    result=1
+}
