@@ -50,6 +50,8 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
+    // Every record of the test's trace file.
+    std::vector<TraceRecord> Records() const { return testkit::TraceRecords(m_strTrace); }
     // Records of one method of CCWMIAccess ("ConnectToNamespace"), optionally of one category and text.
     std::vector<TraceRecord> Records(const std::string& strMethod, const std::string& strCategory,
                                      const std::string& strText = "") const
