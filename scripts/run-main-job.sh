@@ -9,7 +9,8 @@
 # Options:
 #   --seed <a.mof>          compile into the repository before the run (repeatable, in order)
 #   --repository <dump>     start from a repository dump (wmiemutool dump) instead of a fresh one
-#   --autorecover <path>    an entry of the WMI autorecover list (repeatable)
+#   --autorecover <path>    an entry of the WMI autorecover list (repeatable); the list
+#                           always starts with cimwin32.mof, as on a Windows machine
 #   --reg [<key>\]<name>=<value>
 #                           a string value for /CM; <key> defaults to the /CM key below
 #                           HKLM; a <value> naming an existing file becomes its Windows path
@@ -26,7 +27,7 @@ source "$here/mainjob/world.sh"
 source "$here/mainjob/report.sh"
 
 usage() {
-    sed -n '5,22p' "$0" | sed 's/^# \{0,1\}//' >&2
+    sed -n '5,24p' "$0" | sed 's/^# \{0,1\}//' >&2
     exit 2
 }
 fail() {

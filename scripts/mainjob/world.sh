@@ -106,15 +106,13 @@ world_registry() {
         printf '"Trace"=dword:00000001\r\n"TraceLevel"=dword:%08x\r\n"TraceClear"=dword:00000001\r\n' "$level"
         printf '"TraceFile"=%s\r\n\r\n' "$(reg_string "$(windows_path "$run/Tarvos.trc")")"
         if [ -f "$run/keys.txt" ]; then sort -u "$run/keys.txt" | while read -r k; do printf '[-%s]\r\n\r\n' "$k"; done; fi
-        printf '[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\WBEM\\CIMOM]\r\n"Autorecover MOFs"=-\r\n\r\n'
-        if [ ${#entries[@]} -gt 0 ]; then
-            printf '[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\WBEM\\CIMOM]\r\n"Autorecover MOFs"=hex(7):'
-            { for e in "${entries[@]}"; do
-                is_windows_path "$e" || e=$(windows_path "$e")
-                printf '%s\0' "$e"
-            done; printf '\0'; } | xxd -p | tr -d '\n' | sed 's/../&,/g;s/,$//'
-            printf '\r\n\r\n'
-        fi
+        # A Windows machine always has the list, with its own schema's files in it.
+        printf '[HKEY_LOCAL_MACHINE\\SOFTWARE\\Microsoft\\WBEM\\CIMOM]\r\n"Autorecover MOFs"=hex(7):'
+        { for e in 'C:\Windows\system32\wbem\cimwin32.mof' "${entries[@]}"; do
+            is_windows_path "$e" || e=$(windows_path "$e")
+            printf '%s\0' "$e"
+        done; printf '\0'; } | xxd -p | tr -d '\n' | sed 's/../&,/g;s/,$//'
+        printf '\r\n\r\n'
     } >"$f"
     echo "$(reg_key "$cm")" >"$run/keys.txt"
     for v in "${values[@]}"; do

@@ -51,16 +51,18 @@ refused)
 delete_diff)
     printf '#pragma namespace("\\\\\\\\.\\\\root\\\\cimv2")\nclass Old_Thing\n{\n  [key] string Id;\n};\ninstance of Old_Thing { Id = "x"; };\nclass Kept_Thing { };\n' | mof seed.mof
     printf '#pragma namespace("\\\\\\\\.\\\\root\\\\cimv2")\nclass Old_Thing\n{\n  [key] string Id;\n};\ninstance of Old_Thing { Id = "x"; };\n' | mof remove.mof
-    expect "/DD shows what went" 0 "-class root\\cimv2 Old_Thing" -- --seed seed.mof -- /DD /MOF=remove.mof
+    expect "/DD shows what went" 0 "-class root\\cimv2 Old_Thing" -- --seed seed.mof --autorecover remove.mof -- /DD /MOF=remove.mof
     grep -qF -- "--- before root\\cimv2" <<<"$out" || { echo "FAILED: no per-namespace header"; failures=$((failures + 1)); }
-    grep -qF -- "Kept_Thing" <<<"$out" && { echo "FAILED: an untouched class is in the diff"; failures=$((failures + 1)); }
+    grep -qF -- "-Z:${files//\//\\}\\remove.mof" <<<"$(sed -n '/== Autorecover list/,$p' <<<"$out")" ||
+        { echo "FAILED: the autorecover entry did not go"; failures=$((failures + 1)); }
+    grep -qF -- "-class root\\cimv2 Kept_Thing" <<<"$out" && { echo "FAILED: an untouched class went"; failures=$((failures + 1)); }
     ;;
 undo_clean)
-    printf '#pragma namespace("\\\\\\\\.\\\\root\\\\cimv2")\n[Version("1.0")]\nclass Clean_Agent\n{\n  [key] string Id;\n};\ninstance of Clean_Agent { Id = "a"; };\n' | mof clean.mof
+    printf '#pragma autorecover\n#pragma namespace("\\\\\\\\.\\\\root\\\\cimv2")\n[Version("1.0")]\nclass Clean_Agent\n{\n  [key] string Id;\n};\ninstance of Clean_Agent { Id = "a"; };\n' | mof clean.mof
     expect "an uninstall that leaves nothing" 0 "Undo check: clean" -- --undo-check clean.mof
     ;;
 undo_leftover)
-    printf '#pragma namespace("\\\\\\\\.\\\\root")\ninstance of __Namespace { Name = "LeftOver"; };\n#pragma namespace("\\\\\\\\.\\\\root\\\\LeftOver")\n[Version("1.0")]\nclass Left_Agent { [key] string Id; };\n' | mof left.mof
+    printf '#pragma autorecover\n#pragma namespace("\\\\\\\\.\\\\root")\ninstance of __Namespace { Name = "LeftOver"; };\n#pragma namespace("\\\\\\\\.\\\\root\\\\LeftOver")\n[Version("1.0")]\nclass Left_Agent { [key] string Id; };\n' | mof left.mof
     expect "an uninstall that leaves a namespace" 1 "namespace root\\LeftOver" -- --undo-check left.mof
     grep -q "Undo check: NOT clean" <<<"$out" || failures=$((failures + 1))
     grep -q "class root\\\\LeftOver Left_Agent" <<<"$(sed -n '/Left over/,$p' <<<"$out")" &&
