@@ -4,6 +4,7 @@
 set -euo pipefail
 need=()
 command -v cmake >/dev/null || need+=(cmake)
+command -v clang-format >/dev/null || need+=(clang-format)
 command -v ccache >/dev/null || need+=(ccache)
 command -v ninja >/dev/null || need+=(ninja-build)
 command -v x86_64-w64-mingw32-g++-posix >/dev/null || need+=(g++-mingw-w64-x86-64-posix)
