@@ -41,34 +41,25 @@ protected:
     testkit::CScratchKey m_key{m_strSub};
     std::string m_strFull = "HKEY_LOCAL_MACHINE\\" + m_strSub;
 
-    // Reads a value straight from the registry, bypassing the class under test.
-    bool RawQuery(const std::string& strSub, const char* szValue, DWORD* pdwType, std::string* pstrData) const
+    // Reads a value of the test's key straight from the registry, bypassing the class under test.
+    bool RawQuery(const char* szValue, DWORD* pdwType, std::string* pstrData) const
     {
-        HKEY hKey = nullptr;
-        if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, strSub.c_str(), 0, KEY_READ, &hKey) != ERROR_SUCCESS)
-            return false;
         char abData[1024];
         DWORD cbData = sizeof(abData);
-        LONG lResult =
-            RegQueryValueExA(hKey, szValue, nullptr, pdwType, reinterpret_cast<BYTE*>(abData), &cbData);
-        RegCloseKey(hKey);
+        const LONG lResult = RegGetValueA(HKEY_LOCAL_MACHINE, m_strSub.c_str(), szValue,
+                                          RRF_RT_ANY | RRF_NOEXPAND, pdwType, abData, &cbData);
         if (lResult == ERROR_SUCCESS && pstrData)
             pstrData->assign(abData, cbData);
         return lResult == ERROR_SUCCESS;
     }
-    static bool KeyExists(const std::string& strSub)
+    // Whether a key below the test's key exists ("" for the test's key itself).
+    bool KeyExists(const std::string& strBelow) const
     {
         HKEY hKey = nullptr;
-        if (RegOpenKeyExA(HKEY_LOCAL_MACHINE, strSub.c_str(), 0, KEY_READ, &hKey) != ERROR_SUCCESS)
-            return false;
-        RegCloseKey(hKey);
-        return true;
-    }
-    static void MakeKey(const std::string& strSub)
-    {
-        HKEY hKey = nullptr;
-        ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExA(HKEY_LOCAL_MACHINE, strSub.c_str(), 0, nullptr, 0,
-                                                 KEY_ALL_ACCESS, nullptr, &hKey, nullptr));
-        RegCloseKey(hKey);
+        const LONG lResult =
+            RegOpenKeyExA(HKEY_LOCAL_MACHINE, (m_strSub + strBelow).c_str(), 0, KEY_READ, &hKey);
+        if (lResult == ERROR_SUCCESS)
+            RegCloseKey(hKey);
+        return lResult == ERROR_SUCCESS;
     }
 };

@@ -1,4 +1,4 @@
-// CCRegKey: enumeration of values and sub-keys, sub-key objects, and deletion of trees.
+// CCRegKey: enumeration of values and sub-keys, and deletion of trees.
 #include "PlatformTestSupport.h"
 #include "RegKey.h"
 
@@ -17,12 +17,9 @@ TEST_F(RegKeyTest, EnumeratesMixedValueTypes)
     ASSERT_TRUE(key.SetValue("fQword", REG_QWORD, &qwIn, sizeof(qwIn)));
 
     std::map<std::string, RegValue> values;
-    DWORD dwIndex = 0;
-    for (;; ++dwIndex)
+    RegValue value;
+    for (DWORD dwIndex = 0; key.EnumValue(dwIndex, value); ++dwIndex)
     {
-        RegValue value;
-        if (!key.EnumValue(dwIndex, value))
-            break;
         ASSERT_NE(nullptr, value.szName);
         EXPECT_EQ(strlen(value.szName) + 1, value.dwNameSize);
         values[value.szName] = value;
@@ -30,7 +27,6 @@ TEST_F(RegKeyTest, EnumeratesMixedValueTypes)
     EXPECT_EQ(ERROR_NO_MORE_ITEMS, key.LastError());
     EXPECT_FALSE(key.IsOpen());
     ASSERT_EQ(6u, values.size());
-    EXPECT_EQ(6u, dwIndex);
 
     // Type, size and bytes of each, and the typed readers only for their own type.
     const struct
@@ -46,170 +42,51 @@ TEST_F(RegKeyTest, EnumeratesMixedValueTypes)
                     {"fQword", REG_QWORD, std::string(reinterpret_cast<const char*>(&qwIn), 8)}};
     for (const auto& e : expected)
     {
-        const RegValue& value = values[e.szName];
-        EXPECT_EQ(e.dwType, value.dwType) << e.szName;
-        EXPECT_EQ(e.strData, std::string(reinterpret_cast<const char*>(value.pData), value.dwDataSize))
+        const RegValue& found = values[e.szName];
+        EXPECT_EQ(e.dwType, found.dwType) << e.szName;
+        EXPECT_EQ(e.strData, std::string(reinterpret_cast<const char*>(found.pData), found.dwDataSize))
             << e.szName;
-        EXPECT_EQ(e.dwType == REG_DWORD ? 0x11223344u : 0xFFFFFFFFu, value.GetDword()) << e.szName;
-        EXPECT_EQ(e.dwType == REG_SZ, value.GetString() != nullptr) << e.szName;
-        EXPECT_EQ(e.dwType == REG_QWORD, value.GetQword() != nullptr) << e.szName;
+        EXPECT_EQ(e.dwType == REG_DWORD ? 0x11223344u : 0xFFFFFFFFu, found.GetDword()) << e.szName;
+        EXPECT_EQ(e.dwType == REG_SZ, found.GetString() != nullptr) << e.szName;
+        EXPECT_EQ(e.dwType == REG_QWORD, found.GetQword() != nullptr) << e.szName;
     }
     EXPECT_EQ(qwIn, *values["fQword"].GetQword());
-    // The raw enumeration gives names and types.
-    char szName[64];
-    DWORD cchName = sizeof(szName);
-    DWORD dwType = 0;
-    ASSERT_TRUE(key.EnumValue(0, szName, cchName, &dwType));
-    EXPECT_EQ(values[szName].dwType, dwType);
+    // A copy holds its own bytes.
+    const RegValue copy(values["aDword"]);
+    EXPECT_EQ(0x11223344u, copy.GetDword());
+    EXPECT_NE(values["aDword"].pData, copy.pData);
 }
 
-TEST_F(RegKeyTest, EnumeratesSubKeysAndHandsOutTheFirst)
+TEST_F(RegKeyTest, SubKeysAreEnumeratedAndTreesDeleted)
 {
-    MakeKey(m_strSub + "\\Alpha");
-    MakeKey(m_strSub + "\\Beta");
-    CCRegKey key(m_strFull.c_str(), KEY_READ);
+    testkit::CScratchKey bottom(m_strSub + "\\Top\\Middle\\Bottom"), b(m_strSub + "\\Top\\B"),
+        c(m_strSub + "\\Top\\C");
+    CCRegKey key(m_strFull.c_str(), KEY_READ | KEY_WRITE);
     char szName[8];
-    DWORD cchName = sizeof(szName);
-    ASSERT_TRUE(key.EnumKey(1, szName, cchName));
-    EXPECT_STREQ("Beta", szName);
-    cchName = 2; // too small: ERROR_MORE_DATA still counts as success
+    DWORD cchName = 2; // too small: ERROR_MORE_DATA still counts as success
     EXPECT_TRUE(key.EnumKey(0, szName, cchName));
     EXPECT_EQ(ERROR_MORE_DATA, key.LastError());
     cchName = sizeof(szName);
-    EXPECT_FALSE(key.EnumKey(2, szName, cchName));
+    ASSERT_TRUE(key.EnumKey(0, szName, cchName));
+    EXPECT_STREQ("Top", szName);
+    cchName = sizeof(szName);
+    EXPECT_FALSE(key.EnumKey(1, szName, cchName));
     EXPECT_EQ(ERROR_NO_MORE_ITEMS, key.LastError());
 
-    CCRegKey sub(HKEY(nullptr), nullptr);
-    ASSERT_TRUE(key.EnumKey(1, sub)); // the index is not used: always the first
-    EXPECT_EQ(HKEY_LOCAL_MACHINE, sub.Parent());
-    EXPECT_EQ(m_strSub + "\\Alpha", sub.Name());
-    EXPECT_EQ(static_cast<REGSAM>(KEY_READ), sub.Access());
-    EXPECT_TRUE(sub.Open(KEY_READ));
-}
-
-TEST_F(RegKeyTest, SubKeyObjectsAreOwnedAndNamedBelowThisKey)
-{
-    CCRegKey key(m_strFull.c_str(), KEY_READ | KEY_WRITE);
-    DWORD dwDisposition = 0;
-    CCRegKey* pChild = key.CreateSubKey("Made\\Deeper", nullptr, 0, KEY_ALL_ACCESS, nullptr, &dwDisposition);
-    ASSERT_NE(nullptr, pChild) << key.LastError();
-    EXPECT_EQ(static_cast<DWORD>(REG_CREATED_NEW_KEY), dwDisposition);
-    EXPECT_TRUE(pChild->IsOpen());
-    EXPECT_EQ(m_strSub + "\\Made\\Deeper", pChild->Name());
-    EXPECT_TRUE(pChild->SetString("V", "w"));
-    EXPECT_TRUE(KeyExists(m_strSub + "\\Made\\Deeper"));
-
-    // Describing a sub-key reuses the owned object and does not open it.
-    CCRegKey* pDescribed = key.SubKey("Made");
-    ASSERT_EQ(pChild, pDescribed);
-    EXPECT_FALSE(pDescribed->IsOpen());
-    EXPECT_EQ(m_strSub + "\\Made", pDescribed->Name());
-
-    // Below a key that has only an open handle, the sub-name is relative to that handle.
-    HKEY hOpen = nullptr;
-    ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExA(HKEY_LOCAL_MACHINE, m_strSub.c_str(), 0, KEY_ALL_ACCESS, &hOpen));
-    CCRegKey handleOnly(HKEY(nullptr), nullptr);
-    handleOnly.Attach(hOpen);
-    CCRegKey* pRelative = handleOnly.SubKey("Made");
-    ASSERT_NE(nullptr, pRelative);
-    EXPECT_STREQ("Made", pRelative->Name());
-    EXPECT_NE(nullptr, pRelative->Parent());
-    char szName[32];
-    DWORD cchName = sizeof(szName);
-    EXPECT_TRUE(pRelative->EnumKey(0, szName, cchName));
-    EXPECT_STREQ("Deeper", szName);
-
-    // Neither a name nor an open key: no sub-key.
-    CCRegKey nothing(HKEY(nullptr), nullptr);
-    EXPECT_EQ(nullptr, nothing.SubKey("x"));
-}
-
-TEST_F(RegKeyTest, DeletesThreeLevelSubTree)
-{
-    MakeKey(m_strSub + "\\Top\\Middle\\Bottom");
-    HKEY hKey = nullptr;
-    ASSERT_EQ(ERROR_SUCCESS,
-              RegOpenKeyExA(HKEY_LOCAL_MACHINE, (m_strSub + "\\Top\\Middle").c_str(), 0, KEY_WRITE, &hKey));
-    RegSetValueExA(hKey, "V", 0, REG_SZ, reinterpret_cast<const BYTE*>("x"), 2);
-    RegCloseKey(hKey);
-
-    CCRegKey key(m_strFull.c_str(), KEY_READ | KEY_WRITE);
     EXPECT_FALSE(key.DeleteSubTree("Top")); // works on the open handle only
-    EXPECT_TRUE(KeyExists(m_strSub + "\\Top"));
     ASSERT_TRUE(key.Open(KEY_READ | KEY_WRITE));
+    // Sub-keys "B", "C", "Middle": the first and third go, "C" stays for a second run.
+    EXPECT_FALSE(key.DeleteSubTree("Top"));
+    EXPECT_FALSE(KeyExists("\\Top\\B"));
+    EXPECT_TRUE(KeyExists("\\Top\\C"));
+    EXPECT_FALSE(KeyExists("\\Top\\Middle"));
     EXPECT_TRUE(key.DeleteSubTree("Top")) << key.LastError();
-    EXPECT_FALSE(KeyExists(m_strSub + "\\Top"));
-    EXPECT_TRUE(KeyExists(m_strSub));
-    EXPECT_FALSE(key.DeleteSubTree("Top"));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, key.LastError());
-}
+    EXPECT_FALSE(KeyExists("\\Top"));
 
-TEST_F(RegKeyTest, SubTreeDeletionPassesOverEverySecondSibling)
-{
-    for (const char* szChild : {"A", "B", "C"})
-        MakeKey(m_strSub + "\\Top\\" + szChild);
-    CCRegKey key(m_strFull.c_str(), KEY_READ | KEY_WRITE);
-    ASSERT_TRUE(key.Open(KEY_READ | KEY_WRITE));
-    EXPECT_FALSE(key.DeleteSubTree("Top"));
-    EXPECT_FALSE(KeyExists(m_strSub + "\\Top\\A"));
-    EXPECT_TRUE(KeyExists(m_strSub + "\\Top\\B"));
-    EXPECT_FALSE(KeyExists(m_strSub + "\\Top\\C"));
-    // A second run removes the rest.
-    EXPECT_TRUE(key.DeleteSubTree("Top"));
-    EXPECT_FALSE(KeyExists(m_strSub + "\\Top"));
-}
-
-TEST_F(RegKeyTest, DeletesKeyWithEverythingBelow)
-{
-    for (const char* szChild : {"\\Own\\A\\A1", "\\Own\\A\\A2", "\\Own\\B", "\\Own\\C\\C1\\C2"})
-        MakeKey(m_strSub + szChild);
-    const std::string strOwn = m_strFull + "\\Own";
-    CCRegKey key(strOwn.c_str(), KEY_READ | KEY_WRITE);
-    EXPECT_TRUE(key.DeleteKeyAndSubKeys()) << key.LastError();
-    EXPECT_FALSE(KeyExists(m_strSub + "\\Own"));
-    EXPECT_TRUE(KeyExists(m_strSub));
-
-    MakeKey(m_strSub + "\\Single");
-    CCRegKey single((m_strFull + "\\Single").c_str(), KEY_READ);
-    EXPECT_TRUE(single.DeleteKey());
-    EXPECT_FALSE(KeyExists(m_strSub + "\\Single"));
-    MakeKey(m_strSub + "\\Parent\\Child");
-    CCRegKey parent(m_strFull.c_str(), KEY_READ | KEY_WRITE);
-    EXPECT_FALSE(parent.DeleteSubKey("Parent")); // has a sub-key
-    EXPECT_TRUE(parent.DeleteSubKey("Parent\\Child"));
-    EXPECT_TRUE(parent.DeleteSubKey("Parent"));
-}
-
-TEST_F(RegKeyTest, FailedKeyDeletionLeavesItsWin32Error)
-{
-    MakeKey(m_strSub + "\\Busy\\Child");
-    HKEY hSoftware = nullptr;
-    ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExA(HKEY_LOCAL_MACHINE, "SOFTWARE", 0, KEY_READ, &hSoftware));
-    CCRegKey fromHandle(hSoftware, (m_strSub.substr(strlen("SOFTWARE\\")) + "\\Busy").c_str());
-    RegCloseKey(hSoftware);
-    ASSERT_TRUE(fromHandle.Open(KEY_READ)); // the duplicated parent goes with the key when it closes
-    CCRegKey noName(HKEY_LOCAL_MACHINE, nullptr);
-    CCRegKey noRoot(("\\" + m_strSub).c_str(), KEY_READ);
-    CCRegKey withChild((m_strFull + "\\Busy").c_str(), KEY_READ);
-    const struct
-    {
-        CCRegKey* pKey;
-        LONG lError;
-    } cases[] = {{&fromHandle, ERROR_INVALID_HANDLE},
-                 {&noName, ERROR_INVALID_PARAMETER},
-                 {&noRoot, ERROR_INVALID_HANDLE},
-                 {&withChild, ERROR_SUCCESS}}; // a key with a sub-key: the registry's own error
-    for (const auto& c : cases)
-    {
-        EXPECT_FALSE(c.pKey->DeleteKey());
-        if (c.lError != ERROR_SUCCESS)
-        {
-            EXPECT_EQ(c.lError, c.pKey->LastError());
-        }
-        else
-        {
-            EXPECT_NE(ERROR_SUCCESS, c.pKey->LastError());
-        }
-    }
-    EXPECT_TRUE(KeyExists(m_strSub + "\\Busy\\Child"));
+    testkit::CScratchKey a1(m_strSub + "\\Own\\A\\A1"), a2(m_strSub + "\\Own\\A\\A2"),
+        ownB(m_strSub + "\\Own\\B");
+    CCRegKey own((m_strFull + "\\Own").c_str(), KEY_READ | KEY_WRITE);
+    EXPECT_TRUE(own.DeleteKeyAndSubKeys()) << own.LastError();
+    EXPECT_FALSE(KeyExists("\\Own"));
+    EXPECT_TRUE(KeyExists(""));
 }
