@@ -61,11 +61,6 @@ protected:
     {
         return !run.Records(kCompile, "Internal", "spMofCompiler->CompileFile succeeded").empty();
     }
-    // The message of the single "Could not compile MOF" record.
-    static std::string CompileFailure(const testkit::TarvosRun& run)
-    {
-        return Only(run, kCompile, "Internal", "Could not compile MOF");
-    }
 };
 } // namespace
 
@@ -177,7 +172,7 @@ TEST_F(CompileFile, CompileErrorIsSeventeenAndStoresNothing)
         const auto run = RunCf(c.strMof);
         EXPECT_EQ(17u, run.dwExitCode);
         EXPECT_TRUE(run.Has("nReturn=17 '17, EXITCODE_ERR_COMPILE_MOF'"));
-        const std::string strMessage = CompileFailure(run);
+        const std::string strMessage = Only(run, kCompile, "Internal", "Could not compile MOF");
         auto fragments = c.fragments;
         fragments.push_back("\nname='" + m_world.Dir().File("agent.mof") + "'\nwrkdir='" +
                             m_world.Dir().Path() + "'\n");

@@ -1,5 +1,5 @@
-// Shared by the end-to-end tests: MOF text builders, trace record columns, and a registry
-// value of the test prefix changed for the length of one test.
+// Shared by the end-to-end tests: MOF text builders, repository dumps to compare with, trace
+// record look-ups, and a registry value of the test prefix changed for the length of one test.
 #pragma once
 
 #include "EmuWorld.h"
@@ -91,10 +91,8 @@ private:
     void Set(const char* szValue) const
     {
         if (szValue != nullptr)
-        {
             RegSetKeyValueA(m_hRoot, m_strKey.c_str(), m_szName, REG_SZ, szValue,
                             static_cast<DWORD>(strlen(szValue) + 1));
-        }
         else
             RegDeleteKeyValueA(m_hRoot, m_strKey.c_str(), m_szName);
     }

@@ -61,37 +61,26 @@ TEST(EntryPoint, RelativeNamesBecomeFullPathsInTheWorkingDirectory)
 
 TEST(EntryPoint, HelpPrintsBannerAndOptionSummary)
 {
-    const char* const aszSummary[] = {
-        "Tarvos /CF /MOF=<mof-file> [/SYSTEM] [/FORCE]",
-        "Tarvos /CM [/KEY=<reg-key>] [/SYSTEM]",
-        "Tarvos /DD [/INI=<ini-file> [/FORCE]] | [/MOF=<mof-file>]",
-        "Tarvos /SQ /INI=<ini-file> [/BACKUP]",
-        "Tarvos /?",
-        "",
-        "  /CF       : Checks version and compiles the MOF file. ",
-        "  /CM       : Compile MOFs provided by a list of registry keys. ",
-        "  /DD       : Deletes WMI namespaces, classes and static instances. ",
-        "  /SQ       : Sets the qualifiers listed in the INI file. ",
-        "  /MOF      : Specifies the MOF file to be processed. ",
-        "  /INI      : Specifies the INI file to be processed. ",
-        "  /KEY      : The registry keys containing the MOFs to be compiled. ",
-        "  /SYSTEM   : The MOF compilation is done in system context.",
-        "  /BACKUP   : The previous qualifier values are stored.",
-        "  /FORCE    : Enforces the deletion or creation of WMI elements. ",
-        "  /?        : Show help",
-        "",
-        "  <mof-file>: The MOF file",
-        "  <ini-file>: An INI file",
-        "  <reg-key> : A registry key",
-        "",
-        "Under Windows Vista, the launching process must be elevated to perform ",
-        "these tasks!",
-        "",
-        "Examples: Tarvos /cf /mof=PhysicylProcessor.mof /system",
-        "          Tarvos /sq /ini=Tarvos.ini /backup"};
-    std::string strResource;
-    for (const char* szLine : aszSummary)
-        strResource += (strResource.empty() && szLine == aszSummary[0] ? "" : "\r\n") + std::string(szLine);
+    // The option summary resource, its lines ended by CR LF.
+    const std::string strResource =
+        "Tarvos /CF /MOF=<mof-file> [/SYSTEM] [/FORCE]\r\nTarvos /CM [/KEY=<reg-key>] [/SYSTEM]\r\n"
+        "Tarvos /DD [/INI=<ini-file> [/FORCE]] | [/MOF=<mof-file>]\r\n"
+        "Tarvos /SQ /INI=<ini-file> [/BACKUP]\r\nTarvos /?\r\n\r\n"
+        "  /CF       : Checks version and compiles the MOF file. \r\n"
+        "  /CM       : Compile MOFs provided by a list of registry keys. \r\n"
+        "  /DD       : Deletes WMI namespaces, classes and static instances. \r\n"
+        "  /SQ       : Sets the qualifiers listed in the INI file. \r\n"
+        "  /MOF      : Specifies the MOF file to be processed. \r\n"
+        "  /INI      : Specifies the INI file to be processed. \r\n"
+        "  /KEY      : The registry keys containing the MOFs to be compiled. \r\n"
+        "  /SYSTEM   : The MOF compilation is done in system context.\r\n"
+        "  /BACKUP   : The previous qualifier values are stored.\r\n"
+        "  /FORCE    : Enforces the deletion or creation of WMI elements. \r\n"
+        "  /?        : Show help\r\n\r\n"
+        "  <mof-file>: The MOF file\r\n  <ini-file>: An INI file\r\n  <reg-key> : A registry key\r\n\r\n"
+        "Under Windows Vista, the launching process must be elevated to perform \r\nthese tasks!\r\n\r\n"
+        "Examples: Tarvos /cf /mof=PhysicylProcessor.mof /system\r\n"
+        "          Tarvos /sq /ini=Tarvos.ini /backup";
     ASSERT_EQ(1122u, strResource.size());
     const std::string strText = "\nTarvos.exe Version 1.02\nCopyright (C) 2026 The Tarvos developers\n\n"
                                 "Tarvos - WMI schema setup tool of the management agent\n\n" +

@@ -176,9 +176,8 @@ TEST_F(SetQualifiersJob, FirstFailingEntryStopsWith22AndKeepsWhatWasSet)
         EXPECT_EQ(WithQualifier(m_strBefore, "TypedClass", "S1", "\"set\""), m_world.Dump("root"));
         EXPECT_EQ(std::vector<std::string>{"1=root\\VT_Eventing:TypedClass.S1=\"plain\""},
                   Section("fail_backup.ini"));
-        const auto failed = run.Records("CWmiWork::QualifierSet", "Internal", row.szMessage);
-        ASSERT_EQ(1u, failed.size());
-        EXPECT_EQ("Error", testkit::SplitTabs(failed[0])[3]);
+        EXPECT_EQ(
+            0u, e2e::Only(run, "CWmiWork::QualifierSet", "Internal", row.szMessage, true).rfind("Error ", 0));
         EXPECT_TRUE(run.Has(row.szDetail));
         EXPECT_TRUE(
             run.Has("CWmiWork::QualifierSet failed\tpath='" + std::string(row.szPath) + "', value='1'"));
