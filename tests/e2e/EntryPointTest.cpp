@@ -1,41 +1,25 @@
-// Tarvos.exe end to end: exit codes, the records of main and the help text.
+// Tarvos.exe end to end: exit codes, the records of main, the help text and the instance
+// counters in the shared section.
+#include "E2eSupport.h"
+#include "SharedCounters.h"
 #include "TestKit.h"
 
 #include <gtest/gtest.h>
 
+using e2e::Only;
 using testkit::RunTarvos;
-using testkit::SplitTabs;
-
-namespace
-{
-std::string Message(const std::string& strRecord)
-{
-    const auto cols = SplitTabs(strRecord);
-    return cols.size() >= 9 ? cols[8] : std::string();
-}
-
-std::string LeaveOfMain(const testkit::TarvosRun& run)
-{
-    const auto leave = run.Records("main", "Leave");
-    return leave.size() == 1 ? Message(leave[0]) : "<" + std::to_string(leave.size()) + " Leave records>";
-}
-} // namespace
 
 TEST(EntryPoint, NoArgumentsIsNothingDone)
 {
     const auto run = RunTarvos("");
     ASSERT_FALSE(run.bTimedOut);
     EXPECT_EQ(7u, run.dwExitCode);
-    const auto enter = run.Records("main", "Enter", "Tarvos called");
-    ASSERT_EQ(1u, enter.size());
     EXPECT_EQ("bLocalSystem='false'\nargv[0]='" + testkit::TarvosExe() +
                   "'\nargv[1]='null'\nargv[2]='null'\nargv[3]='null'\ngg_nInst=0, gg_nSystemInst=0",
-              Message(enter[0]));
-    EXPECT_EQ("nReturn=7 '7, EXITCODE_ERR_NOTHING_DONE'", LeaveOfMain(run));
-    const auto build = run.Records("main", "Internal", "BUILD INFORMATION");
-    ASSERT_EQ(1u, build.size());
-    EXPECT_EQ("Verbose", SplitTabs(build[0])[3]);
-    EXPECT_EQ(0u, Message(build[0]).rfind("NODEBUG; TIME=", 0));
+              Only(run, "main", "Enter", "Tarvos called"));
+    EXPECT_EQ("nReturn=7 '7, EXITCODE_ERR_NOTHING_DONE'", Only(run, "main", "Leave"));
+    EXPECT_EQ(0u,
+              Only(run, "main", "Internal", "BUILD INFORMATION", true).rfind("Verbose NODEBUG; TIME=", 0));
     // The dispatcher ran and found no action.
     EXPECT_EQ(1u, run.Records("DoTheJob", "Leave").size());
     EXPECT_TRUE(run.strStdout.empty());
@@ -45,11 +29,11 @@ TEST(EntryPoint, RejectedCommandLineIsOne)
 {
     const auto run = RunTarvos("/cf /mof=a.mof /dd");
     EXPECT_EQ(1u, run.dwExitCode);
-    EXPECT_EQ(1u, run.Records("WbemUtil::CheckParams", "Internal", "Only one action: /cf, /dd, /cm is allowed").size());
-    const auto rejected = run.Records("main", "Exception", "ParseCmdLine returned error");
-    ASSERT_EQ(1u, rejected.size());
-    EXPECT_EQ("Error", SplitTabs(rejected[0])[3]);
-    EXPECT_EQ("nReturn=1 '1, '", LeaveOfMain(run));
+    EXPECT_EQ(
+        1u,
+        run.Records("WbemUtil::CheckParams", "Internal", "Only one action: /cf, /dd, /cm is allowed").size());
+    EXPECT_EQ("Error ", Only(run, "main", "Exception", "ParseCmdLine returned error", true));
+    EXPECT_EQ("nReturn=1 '1, '", Only(run, "main", "Leave"));
     EXPECT_TRUE(run.Records("DoTheJob").empty());
 }
 
@@ -57,10 +41,8 @@ TEST(EntryPoint, EntryRecordShowsTheFirstThreeArguments)
 {
     const auto run = RunTarvos("/frobnicate \"/KEY=  A B\" cf /x");
     EXPECT_EQ(7u, run.dwExitCode);
-    const auto enter = run.Records("main", "Enter", "Tarvos called");
-    ASSERT_EQ(1u, enter.size());
-    EXPECT_NE(std::string::npos,
-              Message(enter[0]).find("argv[1]='/frobnicate'\nargv[2]='/KEY=  A B'\nargv[3]='cf'\n"));
+    EXPECT_NE(std::string::npos, Only(run, "main", "Enter", "Tarvos called")
+                                     .find("argv[1]='/frobnicate'\nargv[2]='/KEY=  A B'\nargv[3]='cf'\n"));
     EXPECT_EQ(2u, run.Records("WbemUtil::ParseToken", "Internal", "Unknown parameter").size());
 }
 
@@ -71,48 +53,34 @@ TEST(EntryPoint, RelativeNamesBecomeFullPathsInTheWorkingDirectory)
     options.strWorkDir = dir.Path();
     // The runtime's argument rules: a quoted argument keeps its blank, \" is a literal quote.
     const auto run = RunTarvos("/dd \"/ini=x y.ini\" /MOF=\\\"\\\"sub\\a.mof\\\"", options);
-    const auto enter = run.Records("WbemUtil::CheckParams", "Enter");
-    ASSERT_EQ(1u, enter.size());
-    EXPECT_NE(std::string::npos, Message(enter[0]).find("mof='" + dir.File("sub\\a.mof") + "'\nini='" +
-                                                         dir.File("x y.ini") + "'\nreg=''\n"))
-        << Message(enter[0]);
+    const std::string strEnter = Only(run, "WbemUtil::CheckParams", "Enter");
+    EXPECT_NE(std::string::npos, strEnter.find("mof='" + dir.File("sub\\a.mof") + "'\nini='" +
+                                               dir.File("x y.ini") + "'\nreg=''\n"))
+        << strEnter;
 }
 
 TEST(EntryPoint, HelpPrintsBannerAndOptionSummary)
 {
-    const char* const aszSummary[] = {
-        "Tarvos /CF /MOF=<mof-file> [/SYSTEM] [/FORCE]",
-        "Tarvos /CM [/KEY=<reg-key>] [/SYSTEM]",
-        "Tarvos /DD [/INI=<ini-file> [/FORCE]] | [/MOF=<mof-file>]",
-        "Tarvos /SQ /INI=<ini-file> [/BACKUP]",
-        "Tarvos /?",
-        "",
-        "  /CF       : Checks version and compiles the MOF file. ",
-        "  /CM       : Compile MOFs provided by a list of registry keys. ",
-        "  /DD       : Deletes WMI namespaces, classes and static instances. ",
-        "  /SQ       : Sets the qualifiers listed in the INI file. ",
-        "  /MOF      : Specifies the MOF file to be processed. ",
-        "  /INI      : Specifies the INI file to be processed. ",
-        "  /KEY      : The registry keys containing the MOFs to be compiled. ",
-        "  /SYSTEM   : The MOF compilation is done in system context.",
-        "  /BACKUP   : The previous qualifier values are stored.",
-        "  /FORCE    : Enforces the deletion or creation of WMI elements. ",
-        "  /?        : Show help",
-        "",
-        "  <mof-file>: The MOF file",
-        "  <ini-file>: An INI file",
-        "  <reg-key> : A registry key",
-        "",
-        "Under Windows Vista, the launching process must be elevated to perform ",
-        "these tasks!",
-        "",
-        "Examples: Tarvos /cf /mof=PhysicylProcessor.mof /system",
-        "          Tarvos /sq /ini=Tarvos.ini /backup"};
-    std::string strResource;
-    for (const char* szLine : aszSummary)
-    {
-        strResource += (strResource.empty() && szLine == aszSummary[0] ? "" : "\r\n") + std::string(szLine);
-    }
+    // The option summary resource, its lines ended by CR LF.
+    const std::string strResource =
+        "Tarvos /CF /MOF=<mof-file> [/SYSTEM] [/FORCE]\r\nTarvos /CM [/KEY=<reg-key>] [/SYSTEM]\r\n"
+        "Tarvos /DD [/INI=<ini-file> [/FORCE]] | [/MOF=<mof-file>]\r\n"
+        "Tarvos /SQ /INI=<ini-file> [/BACKUP]\r\nTarvos /?\r\n\r\n"
+        "  /CF       : Checks version and compiles the MOF file. \r\n"
+        "  /CM       : Compile MOFs provided by a list of registry keys. \r\n"
+        "  /DD       : Deletes WMI namespaces, classes and static instances. \r\n"
+        "  /SQ       : Sets the qualifiers listed in the INI file. \r\n"
+        "  /MOF      : Specifies the MOF file to be processed. \r\n"
+        "  /INI      : Specifies the INI file to be processed. \r\n"
+        "  /KEY      : The registry keys containing the MOFs to be compiled. \r\n"
+        "  /SYSTEM   : The MOF compilation is done in system context.\r\n"
+        "  /BACKUP   : The previous qualifier values are stored.\r\n"
+        "  /FORCE    : Enforces the deletion or creation of WMI elements. \r\n"
+        "  /?        : Show help\r\n\r\n"
+        "  <mof-file>: The MOF file\r\n  <ini-file>: An INI file\r\n  <reg-key> : A registry key\r\n\r\n"
+        "Under Windows Vista, the launching process must be elevated to perform \r\nthese tasks!\r\n\r\n"
+        "Examples: Tarvos /cf /mof=PhysicylProcessor.mof /system\r\n"
+        "          Tarvos /sq /ini=Tarvos.ini /backup";
     ASSERT_EQ(1122u, strResource.size());
     const std::string strText = "\nTarvos.exe Version 1.02\nCopyright (C) 2026 The Tarvos developers\n\n"
                                 "Tarvos - WMI schema setup tool of the management agent\n\n" +
@@ -121,15 +89,13 @@ TEST(EntryPoint, HelpPrintsBannerAndOptionSummary)
     // summary's own CR LF line ends arrive as CR CR LF.
     std::string strExpected;
     for (char c : strText)
-    {
         strExpected += c == '\n' ? std::string("\r\n") : std::string(1, c);
-    }
     for (const char* szArgs : {"/?", "/cf /? /cm", "/DD /?"})
     {
         const auto run = RunTarvos(szArgs);
         EXPECT_EQ(0u, run.dwExitCode) << szArgs;
         EXPECT_EQ(strExpected, run.strStdout) << szArgs;
-        EXPECT_EQ("nReturn=0 '0, EXITCODE_OK'", LeaveOfMain(run)) << szArgs;
+        EXPECT_EQ("nReturn=0 '0, EXITCODE_OK'", Only(run, "main", "Leave")) << szArgs;
     }
 }
 
@@ -139,4 +105,28 @@ TEST(EntryPoint, WithoutTracingTheExitCodeIsTheSame)
     options.bTrace = false;
     EXPECT_EQ(1u, RunTarvos("/sq", options).dwExitCode);
     EXPECT_EQ(7u, RunTarvos("/backup", options).dwExitCode);
+}
+
+TEST(InstanceLimit, SecondNormalInstanceIsRefusedAndCountersStayBalanced)
+{
+    testkit::CSharedCounters counters(testkit::TarvosExe());
+    ASSERT_TRUE(counters.IsMapped());
+    ASSERT_EQ(0, counters.Inst());
+    ASSERT_EQ(0, counters.SystemInst());
+    counters.Inst() = 1; // as if a normal instance were running
+    const auto refused = RunTarvos("/cf /mof=a.mof");
+    EXPECT_EQ(23u, refused.dwExitCode);
+    EXPECT_EQ("gg_nInst=2", Only(refused, "main", "Exception", "Too many normal instances"));
+    EXPECT_TRUE(refused.Has("\ngg_nInst=1, gg_nSystemInst=0"));
+    EXPECT_TRUE(refused.Records("WbemUtil::ParseCmdLine").empty());
+    EXPECT_EQ("nReturn=23 '23, EXITCODE_ERR_GENERAL_ERROR'", Only(refused, "main", "Leave"));
+    EXPECT_EQ(1, counters.Inst()) << "the refused run must take its count back";
+
+    // The first instance ends: the next run passes the limit again.
+    counters.Inst() = 0;
+    const auto passed = RunTarvos("");
+    EXPECT_EQ(7u, passed.dwExitCode);
+    EXPECT_TRUE(passed.Has("\ngg_nInst=0, gg_nSystemInst=0"));
+    EXPECT_EQ(0, counters.Inst());
+    EXPECT_EQ(0, counters.SystemInst());
 }

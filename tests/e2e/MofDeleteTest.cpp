@@ -1,5 +1,6 @@
 // /DD /MOF end to end against the WMI emulator: what a MOF file installed is removed, all
 // else in the repository stays, and the file leaves the autorecover list.
+#include "E2eSupport.h"
 #include "EmuWorld.h"
 #include "TestKit.h"
 
@@ -15,13 +16,11 @@ namespace
 {
 const char kCimom[] = "SOFTWARE\\Microsoft\\WBEM\\CIMOM";
 const char kAutoRecover[] = "Autorecover MOFs";
-const std::string kNsRoot = "#pragma namespace(\"\\\\\\\\.\\\\root\")\n";
-const std::string kNsDel = "#pragma namespace(\"\\\\\\\\.\\\\root\\\\TvDel\")\n";
+const std::string kNsDel = e2e::Pragma("root\\TvDel");
 
 // What the tests' MOF installs in root\TvDel: keys of every kind, a class that the deletion
 // keeps (lower-case first letter), a second namespace pragma for the same namespace.
-const std::string kAgentMof = "#pragma autorecover\n" + kNsRoot +
-                              "instance of __Namespace { Name = \"TvDel\"; };\n" + kNsDel +
+const std::string kAgentMof = "#pragma autorecover\n" + e2e::Ns("root\\TvDel") +
                               "class Tv_Keys { [key] string Name; [key] uint32 Id; string Note; };\n"
                               "class Tv_Default { [key] string Name = \"dflt\"; uint32 N; };\n"
                               "class Tv_Ref { [key] Tv_Keys ref Target; };\n"
@@ -35,12 +34,11 @@ const std::string kAgentMof = "#pragma autorecover\n" + kNsRoot +
                               "instance of Tv_Esc { Name = \"q\\\"uo\\\\te\"; };\n";
 
 // What is not the MOF's: a class of the same name in root\cimv2 with its instance.
-const std::string kOtherMof = "#pragma namespace(\"\\\\\\\\.\\\\root\\\\cimv2\")\n"
+const std::string kOtherMof = e2e::Pragma("root\\cimv2") +
                               "class Tv_Keys { [key] string Name; [key] uint32 Id; };\n"
                               "instance of Tv_Keys { Name = \"a\"; Id = 7; };\n";
-const std::string kLeftMof = kNsRoot + "instance of __Namespace { Name = \"TvDel\"; };\n" + kNsDel +
-                             "class tv_lower { [key] string Name; };\n"
-                             "instance of tv_lower { Name = \"kept\"; };\n";
+const std::string kLeftMof = e2e::Ns("root\\TvDel") + "class tv_lower { [key] string Name; };\n"
+                                                      "instance of tv_lower { Name = \"kept\"; };\n";
 
 // The autorecover value of the prefix's registry as raw bytes, "<none>" when it is missing.
 std::string AutoRecover()
@@ -57,15 +55,11 @@ std::string AutoRecover()
 
 void AutoRecoverSet(const std::string& strBytes, DWORD dwType = REG_MULTI_SZ)
 {
-    HKEY hKey = nullptr;
-    ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExA(HKEY_LOCAL_MACHINE, kCimom, 0, nullptr, 0, KEY_ALL_ACCESS,
-                                             nullptr, &hKey, nullptr));
     if (strBytes == "<none>")
-        RegDeleteValueA(hKey, kAutoRecover);
+        RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, kCimom, kAutoRecover);
     else
-        RegSetValueExA(hKey, kAutoRecover, 0, dwType, reinterpret_cast<const BYTE*>(strBytes.data()),
-                       static_cast<DWORD>(strBytes.size()));
-    RegCloseKey(hKey);
+        RegSetKeyValueA(HKEY_LOCAL_MACHINE, kCimom, kAutoRecover, dwType, strBytes.data(),
+                        static_cast<DWORD>(strBytes.size()));
 }
 
 // REG_MULTI_SZ data: each string with its NUL, one more NUL at the end.
@@ -105,7 +99,8 @@ protected:
 
 TEST_F(MofDelete, WhatTheMofInstalledGoesAndAllElseStays)
 {
-    m_world.Seed(kOtherMof);
+    const std::string strLeft = e2e::DumpOf(m_world, kOtherMof, kLeftMof);
+    e2e::DumpOf(m_world, kOtherMof);
     ASSERT_EQ(0u, RunTarvos("/cf \"/mof=" + m_strMof + "\"").dwExitCode);
     m_world.Seed(kNsDel + "instance of tv_lower { Name = \"kept\"; };\n");
     // The compile put the MOF on the list.
@@ -114,10 +109,7 @@ TEST_F(MofDelete, WhatTheMofInstalledGoesAndAllElseStays)
     const auto run = Delete(m_world.WriteMof("agent.mof", kAgentMof + "class __SystemClass\n{\n};\n"));
     EXPECT_EQ(0u, run.dwExitCode) << run.strTrace;
 
-    testkit::CEmuWorld reference;
-    reference.Seed(kOtherMof);
-    reference.Seed(kLeftMof);
-    EXPECT_EQ(reference.Dump("root"), m_world.Dump("root"));
+    EXPECT_EQ(strLeft, m_world.Dump("root"));
 
     const std::vector<std::string> deleted = {
         "Verbose ns='\\\\.\\root\\TvDel' path='Tv_Keys.Name=\"a\",Id=7'",
@@ -145,7 +137,7 @@ TEST_F(MofDelete, WhatTheMofInstalledGoesAndAllElseStays)
         Messages(again, "Instance not found"));
     EXPECT_EQ(4u, Messages(again, "CWmiWork::PropNamesAndTypesGet returned WBEM_E_NOT_FOUND").size());
     EXPECT_EQ(4u, Messages(again, "CLASS NOT FOUND").size());
-    EXPECT_EQ(reference.Dump("root"), m_world.Dump("root"));
+    EXPECT_EQ(strLeft, m_world.Dump("root"));
 }
 
 TEST_F(MofDelete, FilesThatCannotBeUndoneChangeNothing)
@@ -169,11 +161,9 @@ TEST_F(MofDelete, FilesThatCannotBeUndoneChangeNothing)
         {"notinstalled.mof",
          kNsDel + "class Tv_None { [key] string N; };\ninstance of Tv_None { N = \"x\"; };\n", 0,
          "CWmiWork::PropNamesAndTypesGet returned WBEM_E_NOT_FOUND"},
-        {"nons.mof",
-         "#pragma namespace(\"\\\\\\\\.\\\\root\\\\TvNone\")\ninstance of Tv_Keys { Name = \"a\"; };\n", 19,
+        {"nons.mof", e2e::Pragma("root\\TvNone") + "instance of Tv_Keys { Name = \"a\"; };\n", 19,
          "CWmiWork::PropNamesAndTypesGet failed"},
-        {"nonsclass.mof", "#pragma namespace(\"\\\\\\\\.\\\\root\\\\TvNone\")\nclass Tv_Keys { };\n", 0,
-         "CLASS DELETION FAILED"},
+        {"nonsclass.mof", e2e::Pragma("root\\TvNone") + "class Tv_Keys { };\n", 0, "CLASS DELETION FAILED"},
     };
     for (const Case& c : cases)
     {
@@ -191,8 +181,7 @@ TEST_F(MofDelete, FilesThatCannotBeUndoneChangeNothing)
 
 TEST_F(MofDelete, AutoRecoverListLosesEveryEntryOfTheFileName)
 {
-    m_world.Seed(kNsRoot + "instance of __Namespace { Name = \"TvDel\"; };\n" + kNsDel +
-                 "class Tv_Gone { [key] string N; };\n");
+    m_world.Seed(e2e::Ns("root\\TvDel") + "class Tv_Gone { [key] string N; };\n");
     const std::string strMof = m_world.WriteMof("x.mof", kNsDel + "class Tv_Gone { };\n");
     struct Case
     {

@@ -1,5 +1,6 @@
 // /SQ end to end against the WMI emulator: qualifiers set from an INI file, the backup file,
 // and the whole repository compared before and after every run.
+#include "E2eSupport.h"
 #include "EmuWorld.h"
 #include "TestKit.h"
 
@@ -8,10 +9,8 @@
 namespace
 {
 // SampleClass has a subclass and instances of both; TypedClass one qualifier per type case.
-const char kSeedMof[] =
-    "#pragma namespace(\"\\\\\\\\.\\\\root\")\n"
-    "instance of __Namespace { Name = \"VT_Eventing\"; };\n"
-    "#pragma namespace(\"\\\\\\\\.\\\\root\\\\VT_Eventing\")\n"
+const std::string kSeedMof =
+    e2e::Ns("root\\VT_Eventing") +
     "[version(\"2.0\")] class SampleClass { [key] string Name; };\n"
     "class SampleChild : SampleClass { uint32 Extra; };\n"
     "instance of SampleClass { Name = \"one\"; };\n"
@@ -26,9 +25,7 @@ std::string WithQualifier(const std::string& strDump, const std::string& strClas
     const size_t nClass = strDump.find("class root\\VT_Eventing " + strClass + "\n");
     const size_t nPos = strDump.find("\n  qualifier " + strQual + " ", nClass);
     if (nClass == std::string::npos || nPos == std::string::npos)
-    {
         return "<no " + strClass + "." + strQual + ">";
-    }
     return strDump.substr(0, nPos) + "\n  qualifier " + strQual + " flavor=0x0 = " + strValue +
            strDump.substr(strDump.find('\n', nPos + 1));
 }
@@ -50,13 +47,9 @@ protected:
     {
         std::string strText = strSection + "\r\n";
         for (const std::string& strLine : lines)
-        {
             strText += strLine + "\r\n";
-        }
         if (bBackup)
-        {
             m_world.WriteMof(strName.substr(0, strName.rfind('.')) + "_backup.ini", "");
-        }
         return m_world.WriteMof(strName, strText);
     }
     static testkit::TarvosRun RunSq(const std::string& strIni, bool bBackup = false)
@@ -72,9 +65,7 @@ protected:
                                       m_world.Dir().File(strName).c_str());
         std::vector<std::string> lines;
         for (DWORD n = 0; n < dwLen; n += static_cast<DWORD>(lines.back().size()) + 1)
-        {
             lines.emplace_back(buffer.data() + n);
-        }
         return lines;
     }
 };
@@ -174,9 +165,7 @@ TEST_F(SetQualifiersJob, FirstFailingEntryStopsWith22AndKeepsWhatWasSet)
         m_world.Tool("fault clear");
         m_world.Seed(kSeedMof);
         if (*row.szFault != '\0')
-        {
             m_world.Fault(row.szFault);
-        }
         const std::string strIni =
             WriteIni("fail.ini",
                      {"1=root\\VT_Eventing:TypedClass.S1=set", std::string("2=") + row.szPath + "=1",
@@ -187,9 +176,8 @@ TEST_F(SetQualifiersJob, FirstFailingEntryStopsWith22AndKeepsWhatWasSet)
         EXPECT_EQ(WithQualifier(m_strBefore, "TypedClass", "S1", "\"set\""), m_world.Dump("root"));
         EXPECT_EQ(std::vector<std::string>{"1=root\\VT_Eventing:TypedClass.S1=\"plain\""},
                   Section("fail_backup.ini"));
-        const auto failed = run.Records("CWmiWork::QualifierSet", "Internal", row.szMessage);
-        ASSERT_EQ(1u, failed.size());
-        EXPECT_EQ("Error", testkit::SplitTabs(failed[0])[3]);
+        EXPECT_EQ(
+            0u, e2e::Only(run, "CWmiWork::QualifierSet", "Internal", row.szMessage, true).rfind("Error ", 0));
         EXPECT_TRUE(run.Has(row.szDetail));
         EXPECT_TRUE(
             run.Has("CWmiWork::QualifierSet failed\tpath='" + std::string(row.szPath) + "', value='1'"));

@@ -3,6 +3,7 @@
 // process that is not LocalSystem. TarvosSvcHost.exe (Tarvos's sources with an entry point that
 // takes the LocalSystem branch beside its own normal instance) shows the service side: the job
 // inside the service and its code handed back through the shared section.
+#include "E2eSupport.h"
 #include "EmuWorld.h"
 #include "ScHandle.h"
 #include "SharedCounters.h"
@@ -11,26 +12,14 @@
 
 #include <gtest/gtest.h>
 
+using e2e::Message;
+using e2e::Only;
 using testkit::SplitTabs;
 using testkit::TarvosRun;
 
 namespace
 {
 const char kServiceTraceKey[] = "Software\\Brevane\\Common\\Tracing\\TarvosSvc.exe\\1.02";
-
-std::string Message(const std::string& strRecord)
-{
-    const auto cols = SplitTabs(strRecord);
-    return cols.size() >= 9 ? cols[8] : std::string();
-}
-
-// The single record of a method, category and text as its message; a marker when not one.
-std::string Only(const TarvosRun& run, const std::string& strMethod, const std::string& strCategory,
-                 const std::string& strText = "")
-{
-    const auto found = run.Records(strMethod, strCategory, strText);
-    return found.size() == 1 ? Message(found[0]) : "<" + std::to_string(found.size()) + " records>";
-}
 
 std::string HostExe()
 {
@@ -46,9 +35,7 @@ std::string ServiceConfig()
     auto* p = reinterpret_cast<QUERY_SERVICE_CONFIGA*>(abConfig);
     DWORD cb = 0;
     if (!service || !QueryServiceConfigA(service.Get(), p, sizeof(abConfig), &cb))
-    {
         return "";
-    }
     char szNumbers[80];
     snprintf(szNumbers, sizeof(szNumbers), "type=0x%lx start=%lu error=%lu tag=%lu", p->dwServiceType,
              p->dwStartType, p->dwErrorControl, p->dwTagId);
@@ -56,44 +43,6 @@ std::string ServiceConfig()
            " deps=" + p->lpDependencies + " account=" + p->lpServiceStartName +
            " display=" + p->lpDisplayName;
 }
-
-// The service process does not inherit the test's environment: for the time of the test the
-// emulator's registry values name the world's repository and fault file.
-class CEmuForServices
-{
-public:
-    explicit CEmuForServices(const testkit::CEmuWorld& world)
-    {
-        for (int i = 0; i < 2; ++i)
-        {
-            char szOld[MAX_PATH] = {};
-            DWORD cb = sizeof(szOld);
-            m_abHad[i] = RegGetValueA(HKEY_LOCAL_MACHINE, kKey, kNames[i], RRF_RT_REG_SZ, nullptr, szOld,
-                                      &cb) == ERROR_SUCCESS;
-            m_astrOld[i] = szOld;
-            Set(kNames[i], world.Dir().File(i == 0 ? "repository.txt" : "faults.txt"));
-        }
-    }
-    ~CEmuForServices()
-    {
-        for (int i = 0; i < 2; ++i)
-        {
-            m_abHad[i] ? Set(kNames[i], m_astrOld[i])
-                       : (void)RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, kKey, kNames[i]);
-        }
-    }
-
-private:
-    static constexpr const char* kKey = "Software\\WmiEmu";
-    static constexpr const char* kNames[2] = {"Repository", "Faults"};
-    static void Set(const char* szName, const std::string& strValue)
-    {
-        RegSetKeyValueA(HKEY_LOCAL_MACHINE, kKey, szName, REG_SZ, strValue.c_str(),
-                        static_cast<DWORD>(strValue.size() + 1));
-    }
-    bool m_abHad[2] = {};
-    std::string m_astrOld[2];
-};
 
 struct ServiceRun
 {
@@ -105,7 +54,12 @@ class TempService : public ::testing::Test
 {
 protected:
     testkit::CEmuWorld m_world;
-    CEmuForServices m_emu{m_world};
+    // The service process does not inherit the test's environment: for the time of the test the
+    // emulator's registry values name the world's repository and fault file.
+    e2e::CPrefixValue m_repository{HKEY_LOCAL_MACHINE, "Software\\WmiEmu", "Repository",
+                                   m_world.Dir().File("repository.txt").c_str()};
+    e2e::CPrefixValue m_faults{HKEY_LOCAL_MACHINE, "Software\\WmiEmu", "Faults",
+                               m_world.Dir().File("faults.txt").c_str()};
 
     void SetUp() override
     {
@@ -129,21 +83,16 @@ protected:
             aKeys[i].SetDword("TraceClear", 0);
             aKeys[i].SetString("TraceFile", dir.File(std::to_string(i) + ".trc"));
         }
-        ServiceRun run;
-        run.normal = testkit::RunProgram("\"" + strExe + "\" " + strArgs, m_world.Dir().Path(), 100000);
-        for (TarvosRun* pRun : {&run.normal, &run.service})
-        {
-            pRun->strTrace = testkit::ReadUtf16Text(dir.File(pRun == &run.normal ? "0.trc" : "1.trc"));
-            pRun->lines = testkit::SplitRecords(pRun->strTrace);
-        }
+        const TarvosRun program =
+            testkit::RunProgram("\"" + strExe + "\" " + strArgs, m_world.Dir().Path(), 100000);
+        ServiceRun run{testkit::ReadTrace(dir.File("0.trc")), testkit::ReadTrace(dir.File("1.trc"))};
+        run.normal.dwExitCode = program.dwExitCode;
+        run.normal.bTimedOut = program.bTimedOut;
         return run;
     }
-    std::string AgentMof(const std::string& strVersion, const std::string& strExtra = "") const
+    static std::string AgentMof(const std::string& strVersion, const std::string& strExtra = "")
     {
-        return "#pragma namespace(\"\\\\\\\\.\\\\root\")\ninstance of __Namespace { Name = \"TarvosTest\"; "
-               "};\n"
-               "#pragma namespace(\"\\\\\\\\.\\\\root\\\\TarvosTest\")\n[Version(\"" +
-               strVersion + "\")] class Tvs_Agent { [key] string Name; };\n" + strExtra;
+        return e2e::ClassMof("Tvs_Agent", "[Version(\"" + strVersion + "\")]\n") + strExtra;
     }
 };
 } // namespace
@@ -220,9 +169,7 @@ TEST_F(TempService, JobRunsInsideTheServiceAndItsCodeComesBack)
         SCOPED_TRACE(c.szName);
         m_world.Tool("reset");
         if (c.bSeedNewer)
-        {
             m_world.Seed(AgentMof("5.0"));
-        }
         const std::string strMof = m_world.WriteMof("agent.mof", c.strMof);
         const ServiceRun run = Run(HostExe(), "/cf \"/mof=" + strMof + "\" /system");
         ASSERT_FALSE(run.normal.bTimedOut);
@@ -251,9 +198,7 @@ TEST_F(TempService, JobRunsInsideTheServiceAndItsCodeComesBack)
         EXPECT_EQ("\nargc=5\nargv[0]='Tarvos'\nargv[1]='" + HostExe() + "'\nargv[2]='/cf'",
                   Only(run.service, "TempServiceProc", "Enter"));
         for (const std::string& strParsed : {std::string("System=true"), "mof='" + strMof + "'"})
-        {
             EXPECT_NE(std::string::npos, run.service.strTrace.find(strParsed)) << strParsed;
-        }
         EXPECT_EQ("gg_nSvcExitcode=" + std::to_string(c.nJob), Only(run.service, "TempServiceProc", "Leave"));
         EXPECT_EQ("ret=0x00000000", Only(run.service, "CCTempService::RegisterDispatcher", "Leave"));
         EXPECT_TRUE(
@@ -278,11 +223,9 @@ TEST_F(TempService, ProcessNotStartedAsServiceRunsTheJobItself)
     EXPECT_EQ(0, counters.SystemInst());
     EXPECT_EQ(0u, run.normal.dwExitCode);
     EXPECT_TRUE(run.normal.lines.empty()) << "the process traces as the LocalSystem one";
-    const auto failed = run.service.Records("CCTempService::RegisterDispatcher", "Internal",
-                                            "StartServiceCtrlDispatcher failed");
-    ASSERT_EQ(1u, failed.size());
-    EXPECT_EQ("Warning", SplitTabs(failed[0])[3]);
-    EXPECT_EQ(0u, Message(failed[0]).rfind("err=0x00000427, '", 0)) << Message(failed[0]);
+    const std::string strFailed = Only(run.service, "CCTempService::RegisterDispatcher", "Internal",
+                                       "StartServiceCtrlDispatcher failed", true);
+    EXPECT_EQ(0u, strFailed.rfind("Warning err=0x00000427, '", 0)) << strFailed;
     EXPECT_EQ("ret=0x00000427", Only(run.service, "CCTempService::RegisterDispatcher", "Leave"));
     EXPECT_TRUE(run.service.Records("CCTempService::ServiceMain").empty());
     EXPECT_EQ("nReturn=18 '18, EXITCODE_ERR_MOF_OLD_VERSION'", Only(run.service, "DoTheJob", "Leave"));

@@ -1,0 +1,266 @@
+// /CF end to end against the WMI emulator: the version decision, the compilation, what the
+// repository holds afterwards, the path the compiler is given and the current directory.
+#include "E2eSupport.h"
+#include "EmuWorld.h"
+#include "TestKit.h"
+
+#include <gtest/gtest.h>
+
+using e2e::Only;
+using testkit::RunTarvos;
+using testkit::SplitTabs;
+
+namespace
+{
+const char kCheck[] = "CWmiWork::ClassVersionCheck";
+const char kCompile[] = "CCompMof::CheckVersionAndCompile";
+
+// Class Tvs_Agent in namespace root\TarvosTest with the given class qualifier list, and one instance.
+std::string AgentMof(const std::string& strQualifiers, const std::string& strExtraProperty = "")
+{
+    return e2e::Ns("root\\TarvosTest") + strQualifiers +
+           "\nclass Tvs_Agent\n{\n    [key] string Name;\n    uint32 Level = 1;\n" + strExtraProperty +
+           "};\n"
+           "instance of Tvs_Agent { Name = \"agent\"; Level = 7; };\n";
+}
+std::string Version(const std::string& strVersion)
+{
+    return "[Version(\"" + strVersion + "\")]";
+}
+const std::string kOwner = "    string Owner;\n";
+
+// Put before AgentMof: WMI replaces the class that has instances only in force mode (its instances go,
+// the file stores them again).
+const std::string FORCE_UPDATE = "#pragma classflags(\"forceupdate\")\n";
+
+// Index of the first record of the method (and category) at or after nFrom; lines.size() when none.
+size_t Find(const testkit::TarvosRun& run, const std::string& strMethod, const std::string& strCategory,
+            size_t nFrom = 0)
+{
+    for (size_t i = nFrom; i < run.lines.size(); ++i)
+    {
+        const auto cols = SplitTabs(run.lines[i]);
+        if (cols.size() > 6 && cols[4] + "::" + cols[5] == strMethod && cols[6] == strCategory)
+            return i;
+    }
+    return run.lines.size();
+}
+
+class CompileFile : public ::testing::Test
+{
+protected:
+    testkit::CEmuWorld m_world;
+
+    // Runs /CF on a MOF written into the world, with or without /FORCE.
+    testkit::TarvosRun RunCf(const std::string& strMofText, bool bForce = false)
+    {
+        const std::string strMof = m_world.WriteMof("agent.mof", strMofText);
+        return RunTarvos("/cf \"/mof=" + strMof + "\"" + (bForce ? " /force" : ""));
+    }
+    static bool Compiled(const testkit::TarvosRun& run)
+    {
+        return !run.Records(kCompile, "Internal", "spMofCompiler->CompileFile succeeded").empty();
+    }
+};
+} // namespace
+
+// Each decision of the version check, the exit code, and the whole repository afterwards: what
+// the file defines on top of what was there when it is compiled, else what was there.
+TEST_F(CompileFile, VersionDecidesWhetherTheFileIsCompiled)
+{
+    struct Case
+    {
+        const char* szName;
+        std::string strSeed; // MOF in the repository before the run
+        std::string strMof;  // the file
+        bool bForce;
+        const char* szResult; // the version check's Leave message; "": the check does not run
+        bool bCompiled;
+        const char* szText = ""; // another record of the run...
+        const char* szSeen = ""; // ...as "level message", a prefix
+        const char* szFault = "";
+        DWORD dwExit = 0;
+    };
+    const std::string strTvsNs = e2e::Ns("root\\TarvosTest");
+    const Case cases[] = {
+        {"missing namespace", "", AgentMof("[Version(\"1.0\"), Description(\"agent\")]", kOwner), false,
+         "ret=namespace does not exist", true, "ConnectToNamespace failed, namespace does not exist",
+         "Info hr=0x8004100E"},
+        {"missing class", strTvsNs, AgentMof(Version("1.0")), false,
+         "ret=class definition does not exist in WMI", true},
+        {"older installed", AgentMof(Version("1.0")), FORCE_UPDATE + AgentMof(Version("1.1"), kOwner), false,
+         "ret=class definition exists in WMI, but version is older", true},
+        // 1.10 reads as 1.1, which is older than 1.9.
+        {"versions compare as numbers", AgentMof(Version("1.10")), AgentMof(Version("1.9")), false,
+         "ret=class definition exists in WMI, but version is older", true},
+        {"installed without version", AgentMof(""), FORCE_UPDATE + AgentMof(Version("1.0"), kOwner), false,
+         "ret=-3, qualifier 'version' not found", true, "GetQualifier failed!", "Error "},
+        {"equal", AgentMof(Version("2.0")), AgentMof(Version("2"), kOwner), false,
+         "ret=class definition exist and version information is identical", false},
+        {"equal, forced", AgentMof(Version("2.0")), FORCE_UPDATE + AgentMof(Version("2"), kOwner), true,
+         "ret=class definition exist and version information is identical", true},
+        {"newer installed", AgentMof(Version("3.5")), AgentMof(Version("3.4"), kOwner), false,
+         "ret=-1, class definition exists and installed version is newer", false},
+        {"newer installed, forced", AgentMof(Version("3.5")), AgentMof(Version("3.4"), kOwner), true,
+         "ret=-1, class definition exists and installed version is newer", false},
+        {"file without version", "", AgentMof("[Description(\"plain\")]"), false, "", true,
+         "mp.ClassVersionFind failed, maybe version missing", "Warning "},
+        {"access denied", AgentMof(Version("1.0")), AgentMof(Version("1.1")), false, "ret=-2, general error",
+         false, "ConnectToNamespace failed!", "Error hr=0x80041003 '", "ConnectServer 0x80041003", 4},
+    };
+    for (const Case& c : cases)
+    {
+        SCOPED_TRACE(c.szName);
+        m_world.Tool("fault clear");
+        const std::string strExpected = e2e::DumpOf(m_world, c.strSeed, c.bCompiled ? c.strMof : "");
+        e2e::DumpOf(m_world, c.strSeed);
+        if (*c.szFault != '\0')
+            m_world.Fault(c.szFault);
+        const auto run = RunCf(c.strMof, c.bForce);
+        EXPECT_EQ(c.dwExit, run.dwExitCode);
+        if (*c.szResult != '\0')
+        {
+            EXPECT_EQ(c.szResult, Only(run, kCheck, "Leave"));
+            // The check leaves before its access object is released.
+            EXPECT_LT(Find(run, kCheck, "Leave"),
+                      Find(run, "CCWMIAccess::~CCWMIAccess", "Enter", Find(run, kCheck, "Enter")));
+        }
+        else
+            EXPECT_TRUE(run.Records(kCheck).empty());
+        EXPECT_EQ(c.bCompiled, Compiled(run));
+        // A file that is not newer is a success.
+        const bool bNotNewer = c.dwExit == 0 && !c.bCompiled;
+        EXPECT_EQ(
+            bNotNewer ? 1u : 0u,
+            run.Records("main", "Internal", "Changing EXITCODE_ERR_MOF_OLD_VERSION to EXITCODE_OK").size());
+        EXPECT_EQ(bNotNewer, run.Has("nReturn=18 '18, EXITCODE_ERR_MOF_OLD_VERSION'"));
+        if (*c.szText != '\0')
+        {
+            const std::string strMethod = *c.szResult != '\0' ? kCheck : kCompile;
+            EXPECT_EQ(0u, Only(run, strMethod, "Internal", c.szText, true).rfind(c.szSeen, 0))
+                << Only(run, strMethod, "Internal", c.szText, true);
+        }
+        EXPECT_EQ(strExpected, m_world.Dump("root"));
+    }
+}
+
+// A file that does not compile is 17 and stores nothing: a parse error, and an upgrade of a class
+// with instances that adds a property without "#pragma classflags("forceupdate")" (WMI refuses it
+// with WBEM_E_CLASS_HAS_INSTANCES in the storing phase).
+TEST_F(CompileFile, CompileErrorIsSeventeenAndStoresNothing)
+{
+    const struct
+    {
+        std::string strSeed, strMof;
+        std::vector<std::string> fragments; // of the failure record's message
+    } cases[] = {
+        {"",
+         AgentMof(Version("1.0")) + "instance of Tvs_Agent { Name = ; };\n",
+         {"compile_status_info.lPhaseError = 2\n", "compile_status_info.ObjectNum = 4\n",
+          "compile_status_info.FirstLine = 11\n"}},
+        {AgentMof(Version("1.0")),
+         AgentMof(Version("1.1"), kOwner),
+         {"compile_status_info.lPhaseError = 3\n", "compile_status_info.hRes = 80041026 '",
+          "compile_status_info.ObjectNum = 2\n"}},
+    };
+    for (const auto& c : cases)
+    {
+        m_world.Tool("reset");
+        if (!c.strSeed.empty())
+            m_world.Seed(c.strSeed);
+        const std::string strBefore = m_world.Dump("root");
+        const auto run = RunCf(c.strMof);
+        EXPECT_EQ(17u, run.dwExitCode);
+        EXPECT_TRUE(run.Has("nReturn=17 '17, EXITCODE_ERR_COMPILE_MOF'"));
+        const std::string strMessage = Only(run, kCompile, "Internal", "Could not compile MOF");
+        auto fragments = c.fragments;
+        fragments.push_back("\nname='" + m_world.Dir().File("agent.mof") + "'\nwrkdir='" +
+                            m_world.Dir().Path() + "'\n");
+        for (const std::string& strFragment : fragments)
+            EXPECT_NE(std::string::npos, strMessage.find(strFragment)) << strMessage;
+        EXPECT_EQ(strBefore, m_world.Dump("root"));
+    }
+}
+
+TEST_F(CompileFile, NegativeCompileResultIsLoggedAsSuccess)
+{
+    m_world.Fault("CompileFile 0x80041001");
+    const auto run = RunCf(AgentMof(Version("1.0")));
+    EXPECT_EQ(0u, run.dwExitCode);
+    EXPECT_EQ("hRes=0x80041001", Only(run, kCompile, "Internal", "spMofCompiler->CompileFile succeeded"));
+}
+
+TEST_F(CompileFile, UnreadableOrUnscannableMofIsAParseFailure)
+{
+    const auto missing = RunTarvos("/cf \"/mof=" + m_world.Dir().File("missing.mof") + "\"");
+    EXPECT_EQ(19u, missing.dwExitCode);
+    EXPECT_EQ(1u, missing.Records(kCompile, "Internal", "mp.Parse failed").size());
+    // A "#pragma" with no "namespace" anywhere after it stops the scanner.
+    const auto run = RunCf("// nothing to see\n#pragma autorecover\nclass X { };\n");
+    EXPECT_EQ(19u, run.dwExitCode);
+    EXPECT_EQ(0u, Only(run, "DoTheJob", "Exception", "Exception caught").rfind("hr=0x80070057 '", 0));
+    EXPECT_TRUE(run.Has("nReturn=19 '19, EXITCODE_ERR_MOF_PARSING_FAILED'"));
+}
+
+TEST_F(CompileFile, FolderWithCharactersOfTheAnsiCodePage)
+{
+    // "€" and "é": in code page 1252 "€" is 0x80, which a C-locale conversion makes U+0080.
+    char szFolder[32] = "";
+    BOOL bLossy = FALSE;
+    WideCharToMultiByte(CP_ACP, 0, L"Tvs \u20AC\u00E9", -1, szFolder, sizeof(szFolder), nullptr, &bLossy);
+    if (bLossy)
+        GTEST_SKIP() << "the ANSI code page has no euro sign";
+    const std::string strMof =
+        m_world.WriteMof(std::string(szFolder) + "\\agent.mof", AgentMof(Version("1.0")));
+    const auto run = RunTarvos("/cf \"/mof=" + strMof + "\"");
+    EXPECT_EQ(0u, run.dwExitCode) << run.strTrace;
+    EXPECT_EQ(1u, run.Records(kCompile, "Internal", "spMofCompiler->CompileFile succeeded").size());
+    EXPECT_NE(std::string::npos, m_world.Dump("root\\TarvosTest").find("Tvs_Agent"));
+}
+
+TEST_F(CompileFile, MofsFolderIsTheCurrentDirectoryWhileItIsCompiled)
+{
+    // The compiler looks for an include in the current directory first: the starting directory's
+    // decoy wins unless the MOF's folder is the current one.
+    m_world.WriteMof("mof\\parts\\step.mof", AgentMof(Version("1.0")));
+    const std::string strSecond =
+        e2e::Pragma("root\\TarvosTest") + "instance of Tvs_Agent { Name = \"two\"; };\n";
+    const std::string strMof =
+        m_world.WriteMof("mof\\agent.mof", "#pragma include(\"parts\\\\step.mof\")\n" + strSecond);
+    testkit::CScratchDir start;
+    CreateDirectoryA(start.File("parts").c_str(), nullptr);
+    testkit::WriteBytes(start.File("parts\\step.mof"), e2e::ClassMof("Tvs_Decoy"));
+    testkit::TarvosOptions options;
+    options.strWorkDir = start.Path();
+    options.strTraceFile = "cf.trc"; // follows the current directory
+    const auto run = RunTarvos("/cf \"/mof=" + strMof + "\"", options);
+    EXPECT_EQ(0u, run.dwExitCode);
+    const std::string strActual = m_world.Dump("root");
+    EXPECT_EQ(e2e::DumpOf(m_world, AgentMof(Version("1.0")) + strSecond), strActual);
+    // Written while the MOF's folder is the current directory: the compile step's end and
+    // its outcome. Everything from the job's Leave on is back in the starting directory.
+    const auto inMofFolder = testkit::ReadTrace(m_world.Dir().File("mof\\cf.trc"));
+    EXPECT_EQ(2u, inMofFolder.lines.size()) << inMofFolder.strTrace;
+    EXPECT_EQ("hRet 0x0", e2e::Only(inMofFolder, "CMofCompiler::CompileInFolder", "Leave"));
+    EXPECT_EQ(1u, inMofFolder.Records(kCompile, "Internal", "spMofCompiler->CompileFile succeeded").size());
+    const size_t nLeave = Find(run, kCompile, "Leave");
+    ASSERT_LT(nLeave, run.lines.size());
+    EXPECT_EQ(nLeave + 1, Find(run, "<global>::DoTheJob", "Leave"));
+    EXPECT_EQ(1u, run.Records("CMofCompiler::CompileInFolder", "Enter").size());
+}
+
+TEST_F(CompileFile, RealVersionQualifierIgnoresTheUsersDecimalComma)
+{
+    // Installed Version(2.5) is a real number; the file's "2.5" is the same version.
+    m_world.Seed(AgentMof("[Version(2.5)]"));
+    const std::string strMof = m_world.WriteMof("agent.mof", AgentMof(Version("2.5")));
+    testkit::TarvosRun run;
+    {
+        e2e::CPrefixValue comma(HKEY_CURRENT_USER, "Control Panel\\International", "sDecimal", ",");
+        run = RunTarvos("/cf \"/mof=" + strMof + "\"");
+    }
+    EXPECT_EQ(0u, run.dwExitCode);
+    EXPECT_EQ("ret=class definition exist and version information is identical",
+              e2e::Only(run, "CWmiWork::ClassVersionCheck", "Leave"));
+    EXPECT_TRUE(run.Records(kCompile, "Internal", "spMofCompiler->CompileFile succeeded").empty());
+}
