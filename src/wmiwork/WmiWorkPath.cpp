@@ -144,17 +144,18 @@ bool CWmiWork::InstancePathCreate(const MofInstance& instance, const WmiPropList
         {
             strValue = *pstrAssigned;
         }
-        else if (record.Type == CIM_EMPTY || NoValue(record.vDefault))
+        else if (record.Type != CIM_EMPTY && !CimValue2Str(record.Type, record.vDefault, strValue))
         {
-            // A key the class gives no value either: the instance cannot be named.
-            gg_ptrc->Trace(1, szFunction, "Internal", "Key property not found and no default value set",
+            // A type without path text fails as such, whether the class gives a value or not.
+            gg_ptrc->Trace(1, szFunction, "Internal", "CWmiWork::CimValue2Str failed",
                            "class='%s', prop='%s'", instance.ClassName.c_str(), record.Name.c_str());
             bRet = false;
             break;
         }
-        else if (!CimValue2Str(record.Type, record.vDefault, strValue))
+        else if (record.Type == CIM_EMPTY || NoValue(record.vDefault))
         {
-            gg_ptrc->Trace(1, szFunction, "Internal", "CWmiWork::CimValue2Str failed",
+            // A key the class gives no value either: the instance cannot be named.
+            gg_ptrc->Trace(1, szFunction, "Internal", "Key property not found and no default value set",
                            "class='%s', prop='%s'", instance.ClassName.c_str(), record.Name.c_str());
             bRet = false;
             break;
