@@ -1,17 +1,30 @@
-// TarvosSvcHost.exe: Tarvos's own sources with only this entry point, for the service side of
-// /system under Wine's service control manager. Under Wine no process runs as LocalSystem, so
-// this program counts as the LocalSystem process whenever a normal instance of it is running:
-// that is the process the service control manager starts from it for the temporary service.
-// Everything after the account test is the product's entry point unchanged.
-#include "EntryPoint.h"
+// TarvosSvcHost.exe: Tarvos's own entry point (src/app/main.cpp, compiled in here unchanged) for
+// the service side of /system under Wine's service control manager. Under Wine no process runs
+// as LocalSystem, so in this program the account test answers true whenever a normal instance
+// of it is running: that is the process the service control manager starts from it for the
+// temporary service. The real account test still runs first, so the trace is the product's.
+#include "ArcaTrace.h"
+#include "DoTheJob.h"
+#include "ExitCode.h"
 #include "SharedCounters.h"
+#include "TempService.h"
+#include "TempServiceProc.h"
 #include "WbemUtil.h"
 
 #include <objbase.h>
 
-int main(int argc, char* argv[])
+namespace
 {
-    WbemUtil util;
-    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    return RunEntryPoint(util, argc, argv, gg_nInst > 0);
-}
+class CCTempServiceHost : public CCTempService
+{
+public:
+    static bool IsLocalSystem()
+    {
+        CCTempService::IsLocalSystem();
+        return gg_nInst > 0;
+    }
+};
+} // namespace
+
+#define CCTempService CCTempServiceHost
+#include "main.cpp"
