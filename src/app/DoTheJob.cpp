@@ -34,7 +34,7 @@ ExitCode DoTheJob(WbemUtil& util)
     }
     else
     {
-        // Set while the INI deletion runs: a namespace path it cannot take apart ends it.
+        // Set while the INI deletion runs: a [DeleteNamespace] path it cannot take apart ends it.
         bool bIniDelete = false;
         try
         {
@@ -107,9 +107,10 @@ ExitCode DoTheJob(WbemUtil& util)
             nReturn = EXITCODE_ERR_MOF_PARSING_FAILED;
             if (bIniDelete)
             {
-                // A [DeleteNamespace] path without a parent: the remaining entries are not
-                // carried out, and the caller must see that the job stopped half way.
-                nReturn = EXITCODE_ERR_GENERAL_ERROR;
+                // A [DeleteNamespace] path without a parent: the entries after it are not carried
+                // out. Like every other failed deletion of the INI job it is only traced; the one
+                // failure that job reports through its exit code is an INI file it cannot open.
+                nReturn = EXITCODE_OK;
             }
         }
         if (util.SetQualifiers)

@@ -142,7 +142,7 @@ TEST_F(DeleteIni, BadInputChangesNothingItWasNotAskedTo)
         {"unbalanced quotes", kVt123 + kLink, "[DeleteInstances]\nI1=SampleLink.Target=\"SampleClass.Id=2\n",
          kVt123 + kLink},
         {"a namespace path without a parent", kVt123,
-         "[DeleteNamespace]\nN1=\\\\.\\root\nN2=root\\VT_Eventing\n", kVt123, 23, 1, true},
+         "[DeleteNamespace]\nN1=\\\\.\\root\nN2=root\\VT_Eventing\n", kVt123, 0, 1, true},
     };
     for (const auto& c : cases)
         Check(c);
