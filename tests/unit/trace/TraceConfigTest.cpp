@@ -1,4 +1,4 @@
-// Settings from the registry, and the exported trace.
+// Settings from the registry and from the command line, and the exported trace.
 #include "TraceTestSupport.h"
 
 namespace
@@ -123,4 +123,56 @@ TEST_F(TraceConfigTest, SecondTraceInheritsTheExportedGlobalTrace)
     const auto lines = Lines();
     ASSERT_EQ(2u, lines.size());
     EXPECT_EQ("B", Column(lines[1], 5));
+}
+
+// Run by CommandLineOptions in a process of its own, with the options on its command line:
+// prints the settings the command-line initializer made, with this process's ids.
+TEST(TraceCommandLine, DISABLED_PrintSettings)
+{
+    CCArcaTrace trace;
+    trace.InitFromCommandLine();
+    printf("%s|%s|%s\n", Settings(trace).c_str(), Id4(GetCurrentProcessId()).c_str(),
+           Id4(GetCurrentThreadId()).c_str());
+}
+
+TEST(TraceCommandLine, CommandLineOptions)
+{
+    char szExe[MAX_PATH];
+    GetModuleFileNameA(nullptr, szExe, MAX_PATH);
+    const struct
+    {
+        const char* szArgs;
+        const char* szExpected; // "<pid>" and "<tid>": the ids of the process that ran it
+    } cases[] = {
+        {"/trace", "on=1 level=3 clear=0 keep=0 global=0 size=0 time=0 delay=0 file=Trace.trc"},
+        {"/TraceX t_%PID%_%TID%_%PID%.trc /TrcLevel /TrcClear",
+         "on=1 level=3 clear=1 keep=0 global=0 size=0 time=0 delay=0 file=t_<pid>_<tid>_%PID%.trc"},
+        {"/TRACE /trclevel 5x /TrcLimitSize 12 /TrcLimitTime /TrcDelaySecs 4 /TrcKeepHistoryPlus "
+         "/TrcGlobalEnable",
+         "on=1 level=5 clear=0 keep=1 global=1 size=12 time=0 delay=4 file=Trace.trc"},
+        {"/TrcLevel 5 trace /Trc",
+         "on=0 level=0 clear=0 keep=0 global=0 size=0 time=0 delay=0 file=Trace.trc"},
+    };
+    for (const auto& c : cases)
+    {
+        const testkit::TarvosRun run = testkit::RunProgram(
+            std::string("\"") + szExe +
+                "\" --gtest_also_run_disabled_tests --gtest_filter=TraceCommandLine.DISABLED_PrintSettings " +
+                c.szArgs,
+            "", 30000);
+        const size_t nStart = run.strStdout.find("on=");
+        ASSERT_NE(std::string::npos, nStart) << run.strStdout;
+        std::string strLine =
+            run.strStdout.substr(nStart, run.strStdout.find_first_of("\r\n", nStart) - nStart);
+        std::string strExpected = c.szExpected;
+        for (const char* szId : {"<tid>", "<pid>"})
+        {
+            const size_t nBar = strLine.rfind('|');
+            const size_t nAt = strExpected.find(szId);
+            if (nAt != std::string::npos)
+                strExpected.replace(nAt, 5, strLine.substr(nBar + 1));
+            strLine.erase(nBar);
+        }
+        EXPECT_EQ(strExpected, strLine) << c.szArgs;
+    }
 }
