@@ -85,6 +85,9 @@ TEST_F(SetQualifiersJob, BackupRestoresTheFormerValueOnAClassWithInstancesAndSub
     const auto run =
         RunSq(WriteIni("cfg.d\\quals.ini", {"1=root\\VT_Eventing:SampleClass.version=2.1"}, true), true);
     EXPECT_EQ(0u, run.dwExitCode);
+    const size_t nEnter = run.strTrace.find("Method QualifierSet has been entered.");
+    EXPECT_LT(run.strTrace.find("Method QualifierSet has been left.", nEnter),
+              run.strTrace.find("An instance of CCWMIAccess has been destroyed.", nEnter));
     // Only the named qualifier changes; the subclass and both instances stay.
     EXPECT_EQ(WithQualifier(m_strBefore, "SampleClass", "version", "\"2.1\""), m_world.Dump("root"));
     const std::vector<std::string> backup{"1=root\\VT_Eventing:SampleClass.version=\"2.0\""};
