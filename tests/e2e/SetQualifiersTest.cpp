@@ -227,4 +227,16 @@ TEST_F(SetQualifiersJob, MissingFilesAndSectionChangeNothing)
     EXPECT_EQ(0u, RunSq(strNoExt, true).dwExitCode);
     EXPECT_EQ(std::vector<std::string>{"1=root\\VT_Eventing:SampleClass.version=\"2.0\""},
               Section("noext_backup"));
+    // A backup name of 259 characters is made; one character more is refused and nothing is set.
+    for (size_t nLen : {252u, 253u})
+    {
+        const auto run =
+            RunSq(WriteIni(std::string(nLen - m_world.Dir().File("x.ini").size() + 1, 'q') + ".ini",
+                           {"1=root\\VT_Eventing:SampleClass.version=" + std::to_string(nLen)}, true),
+                  true);
+        EXPECT_EQ(nLen == 252u ? 0u : 3u, run.dwExitCode);
+        EXPECT_EQ(nLen == 252u ? 0u : 1u,
+                  run.Records("DoTheJob", "Internal", "Backup file name too long").size());
+    }
+    EXPECT_EQ(WithQualifier(m_strBefore, "SampleClass", "version", "\"252\""), m_world.Dump("root"));
 }
