@@ -115,8 +115,23 @@ ExitCode DoTheJob(WbemUtil& util)
         }
         if (util.SetQualifiers)
         {
-            const std::string strBackup = util.Backup ? BackupIniName(util.ini.c_str()) : std::string();
-            nReturn = SetQualifiers(util.ini.c_str(), util.Backup ? strBackup.c_str() : nullptr);
+            std::string strBackup;
+            if (!util.Backup)
+            {
+                nReturn = SetQualifiers(util.ini.c_str(), nullptr);
+            }
+            else if (BackupIniName(util.ini.c_str(), strBackup))
+            {
+                nReturn = SetQualifiers(util.ini.c_str(), strBackup.c_str());
+            }
+            else
+            {
+                // A backup file that cannot be named cannot be there: as with a missing one,
+                // nothing is set.
+                gg_ptrc->Trace(1, "DoTheJob", "Internal", "Backup file name too long", "file='%s'",
+                               util.ini.c_str());
+                nReturn = EXITCODE_ERR_INIFILE_NOT_FOUND;
+            }
         }
     }
     gg_ptrc->Trace(3, "DoTheJob", "Leave", "Method DoTheJob has been left.", "nReturn=%d '%s'",

@@ -3,9 +3,9 @@
 
 #include "ArcaTrace.h"
 #include "Bstr.h"
+#include "IniFile.h"
 #include "StringConversion.h"
 
-#include <cstring>
 #include <vector>
 
 namespace
@@ -24,20 +24,10 @@ bool CWMIHelper::OpenIni(const char* szFile)
 {
     gg_ptrc->Trace(3, "CWMIHelper::OpenIni", "Enter", "Method OpenIni has been entered.", "szFile='%s'",
                    szFile);
-    // The profile functions look for a bare name in the Windows directory; the job means the
-    // file in the current directory.
-    m_strIniFile = szFile;
-    if (strchr(szFile, '\\') == nullptr && strchr(szFile, '/') == nullptr)
-    {
-        m_strIniFile = ".\\" + m_strIniFile;
-    }
-    const HANDLE hFile = CreateFileA(m_strIniFile.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                     nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    const bool bRet = hFile != INVALID_HANDLE_VALUE;
-    if (bRet)
-    {
-        CloseHandle(hFile);
-    }
+    // The name and the existence test are those of every job's INI file.
+    CIniFile oIni;
+    const bool bRet = oIni.OpenIni(szFile, true);
+    m_strIniFile = oIni.Path();
     gg_ptrc->Trace(3, "CWMIHelper::OpenIni", "Leave", "Method OpenIni has been left.", "ret=%s",
                    bRet ? "true" : "false");
     return bRet;

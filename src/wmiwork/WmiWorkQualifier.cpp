@@ -84,7 +84,10 @@ bool CWmiWork::QualifierSet(const char* szQualifierPath, const char* szValue, st
     const char* szFunction = "CWmiWork::QualifierSet";
     gg_ptrc->Trace(3, szFunction, "Enter", "Method QualifierSet has been entered.", "QualifierPath: %s",
                    szQualifierPath);
-    bool bRet = false;
+    const auto traceLeave = [szFunction](bool bResult) {
+        gg_ptrc->Trace(3, szFunction, "Leave", "Method QualifierSet has been left.", "ret='%s'",
+                       bResult ? "true" : "false");
+    };
     const std::string strPath = szQualifierPath;
     const size_t nColon = strPath.find(':');
     const std::string strRest = nColon == std::string::npos ? std::string() : strPath.substr(nColon + 1);
@@ -92,56 +95,55 @@ bool CWmiWork::QualifierSet(const char* szQualifierPath, const char* szValue, st
     if (nColon == std::string::npos || nColon == 0)
     {
         gg_ptrc->Trace(1, szFunction, "Internal", "Namespace separator not found in path", "");
+        traceLeave(false);
+        return false;
     }
-    else if (nDot == std::string::npos || nDot == 0)
+    if (nDot == std::string::npos || nDot == 0)
     {
         gg_ptrc->Trace(1, szFunction, "Internal", "Qualifier separator not found in path", "");
+        traceLeave(false);
+        return false;
+    }
+    const std::string strNamespace = TrimBoth(strPath.substr(0, nColon), '\\');
+    const std::string strClass = strRest.substr(0, nDot);
+    const std::string strQualifier = strRest.substr(nDot + 1);
+    bool bRet = false;
+    VARIANT vValue;
+    VariantInit(&vValue);
+    CCWMIAccess oAcc;
+    HRESULT hr = oAcc.ConnectToNamespace(strNamespace.c_str(), -1, nullptr);
+    if (FAILED(hr))
+    {
+        gg_ptrc->Trace(1, szFunction, "Internal", "Could not connect to namespaceh", "ns=%s, hr=0x%8.8lx, %s",
+                       strNamespace.c_str(), static_cast<unsigned long>(hr), WmiErrorText(hr));
+    }
+    else if (FAILED(hr = oAcc.GetClassQualifier(strClass.c_str(), strQualifier.c_str(), &vValue)))
+    {
+        gg_ptrc->Trace(1, szFunction, "Internal", "oAcc.GetQualifier failed!", "hr=0x%8.8lx, %s",
+                       static_cast<unsigned long>(hr), WmiErrorText(hr));
     }
     else
     {
-        const std::string strNamespace = TrimBoth(strPath.substr(0, nColon), '\\');
-        const std::string strClass = strRest.substr(0, nDot);
-        const std::string strQualifier = strRest.substr(nDot + 1);
-        VARIANT vValue;
-        VariantInit(&vValue);
+        if (pstrOldValue != nullptr)
         {
-            CCWMIAccess oAcc;
-            HRESULT hr = oAcc.ConnectToNamespace(strNamespace.c_str(), -1, nullptr);
-            if (FAILED(hr))
-            {
-                gg_ptrc->Trace(1, szFunction, "Internal", "Could not connect to namespaceh",
-                               "ns=%s, hr=0x%8.8lx, %s", strNamespace.c_str(), static_cast<unsigned long>(hr),
-                               WmiErrorText(hr));
-            }
-            else if (FAILED(hr = oAcc.GetClassQualifier(strClass.c_str(), strQualifier.c_str(), &vValue)))
-            {
-                gg_ptrc->Trace(1, szFunction, "Internal", "oAcc.GetQualifier failed!", "hr=0x%8.8lx, %s",
-                               static_cast<unsigned long>(hr), WmiErrorText(hr));
-            }
-            else
-            {
-                if (pstrOldValue != nullptr)
-                {
-                    *pstrOldValue = QualifierBackupText(vValue);
-                }
-                const VARTYPE vt = vValue.vt;
-                VariantClear(&vValue);
-                QualifierValueFromText(vt, szValue, &vValue);
-                hr = oAcc.PutClassQualifier(strClass.c_str(), strQualifier.c_str(), &vValue, 0);
-                if (FAILED(hr))
-                {
-                    gg_ptrc->Trace(1, szFunction, "Internal", "oAcc.SetQualifier failed!", "hr=0x%8.8lx, %s",
-                                   static_cast<unsigned long>(hr), WmiErrorText(hr));
-                }
-                else
-                {
-                    bRet = true;
-                }
-            }
+            *pstrOldValue = QualifierBackupText(vValue);
         }
+        const VARTYPE vt = vValue.vt;
         VariantClear(&vValue);
+        QualifierValueFromText(vt, szValue, &vValue);
+        hr = oAcc.PutClassQualifier(strClass.c_str(), strQualifier.c_str(), &vValue, 0);
+        if (FAILED(hr))
+        {
+            gg_ptrc->Trace(1, szFunction, "Internal", "oAcc.SetQualifier failed!", "hr=0x%8.8lx, %s",
+                           static_cast<unsigned long>(hr), WmiErrorText(hr));
+        }
+        else
+        {
+            bRet = true;
+        }
     }
-    gg_ptrc->Trace(3, szFunction, "Leave", "Method QualifierSet has been left.", "ret='%s'",
-                   bRet ? "true" : "false");
+    // Leave first, then the value and the access object (whose release traces) go.
+    traceLeave(bRet);
+    VariantClear(&vValue);
     return bRet;
 }

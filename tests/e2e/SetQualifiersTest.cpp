@@ -76,6 +76,9 @@ TEST_F(SetQualifiersJob, BackupRestoresTheFormerValueOnAClassWithInstancesAndSub
     const auto run =
         RunSq(WriteIni("cfg.d\\quals.ini", {"1=root\\VT_Eventing:SampleClass.version=2.1"}, true), true);
     EXPECT_EQ(0u, run.dwExitCode);
+    const size_t nEnter = run.strTrace.find("Method QualifierSet has been entered.");
+    EXPECT_LT(run.strTrace.find("Method QualifierSet has been left.", nEnter),
+              run.strTrace.find("An instance of CCWMIAccess has been destroyed.", nEnter));
     // Only the named qualifier changes; the subclass and both instances stay.
     EXPECT_EQ(WithQualifier(m_strBefore, "SampleClass", "version", "\"2.1\""), m_world.Dump("root"));
     const std::vector<std::string> backup{"1=root\\VT_Eventing:SampleClass.version=\"2.0\""};
@@ -212,4 +215,16 @@ TEST_F(SetQualifiersJob, MissingFilesAndSectionChangeNothing)
     EXPECT_EQ(0u, RunSq(strNoExt, true).dwExitCode);
     EXPECT_EQ(std::vector<std::string>{"1=root\\VT_Eventing:SampleClass.version=\"2.0\""},
               Section("noext_backup"));
+    // A backup name of 259 characters is made; one character more is refused and nothing is set.
+    for (size_t nLen : {252u, 253u})
+    {
+        const auto run =
+            RunSq(WriteIni(std::string(nLen - m_world.Dir().File("x.ini").size() + 1, 'q') + ".ini",
+                           {"1=root\\VT_Eventing:SampleClass.version=" + std::to_string(nLen)}, true),
+                  true);
+        EXPECT_EQ(nLen == 252u ? 0u : 3u, run.dwExitCode);
+        EXPECT_EQ(nLen == 252u ? 0u : 1u,
+                  run.Records("DoTheJob", "Internal", "Backup file name too long").size());
+    }
+    EXPECT_EQ(WithQualifier(m_strBefore, "SampleClass", "version", "\"252\""), m_world.Dump("root"));
 }
