@@ -95,29 +95,27 @@ TEST_F(WbemUtilTest, AcceptedCombinations)
     }
 }
 
-TEST_F(WbemUtilTest, OptionsIgnoreCaseAndQuotesAreStripped)
+// Options in any case, quotes stripped, the later of two values kept.
+TEST_F(WbemUtilTest, OptionsIgnoreCaseQuotesAreStrippedAndTheLaterValueCounts)
 {
     WbemUtil util;
-    ASSERT_TRUE(Parse(util, {"/CF", "/Mof=\"\"sub dir\\x.mof\"", "/FoRcE"}));
-    EXPECT_TRUE(util.Compile);
-    EXPECT_TRUE(util.Force);
-    EXPECT_FALSE(util.Delete);
+    ASSERT_TRUE(
+        Parse(util, {"/DD", "/Mof=\"\"sub dir\\x.mof\"", "/FoRcE", "/ini=first.ini", "/INI=C:\\b.ini"}));
+    EXPECT_TRUE(util.Delete && util.Force && !util.Compile);
     EXPECT_EQ(FullPath("sub dir\\x.mof"), util.mof);
-    EXPECT_NE(std::string::npos, util.mof.find(':'));
+    EXPECT_EQ("C:\\b.ini", util.ini);
 }
 
-TEST_F(WbemUtilTest, LaterOptionOverwritesEarlierValue)
-{
-    WbemUtil util;
-    ASSERT_TRUE(Parse(util, {"/dd", "/ini=first.ini", "/INI=C:\\second.ini"}));
-    EXPECT_EQ("C:\\second.ini", util.ini);
-}
-
-TEST_F(WbemUtilTest, KeyIsCompletedBelowLocalMachineForCm)
+// CheckParams's Enter record shows what was parsed; the key of /cm is completed after it.
+TEST_F(WbemUtilTest, KeyIsCompletedBelowLocalMachineForCmAfterTheEnterRecord)
 {
     WbemUtil withKey;
-    ASSERT_TRUE(Parse(withKey, {"/cm", "/key=  SOFTWARE\\X \""}));
-    EXPECT_EQ("HKEY_LOCAL_MACHINE\\SOFTWARE\\X \"", withKey.reg);
+    ASSERT_TRUE(Parse(withKey, {"/cm", "/key=  SOFTWARE\\Z \"", "/system"}));
+    EXPECT_EQ("HKEY_LOCAL_MACHINE\\SOFTWARE\\Z \"", withKey.reg);
+    EXPECT_EQ(std::vector<std::string>{"\nCompile=false, Delete=false, CompileFromReg=true\nForce=false, "
+                                       "System=true\nSetQualifiers=false\nBackup=false\nmof=''\nini=''\n"
+                                       "reg='SOFTWARE\\Z \"'\n"},
+              Messages("Enter", "Method CheckParams has been entered."));
     WbemUtil withoutKey;
     ASSERT_TRUE(Parse(withoutKey, {"/cm"}));
     EXPECT_EQ("HKEY_LOCAL_MACHINE\\SOFTWARE\\Brevane\\Vintrel\\Infrastructure\\MOF", withoutKey.reg);
@@ -135,16 +133,4 @@ TEST_F(WbemUtilTest, UnknownParameterIsTracedButAccepted)
     EXPECT_EQ(3u, Messages("Enter", "Method ParseToken has been entered.").size());
     EXPECT_EQ((std::vector<std::string>{"ret=false", "ret=true", "ret=true"}),
               Messages("Leave", "Method ParseToken has been left."));
-}
-
-TEST_F(WbemUtilTest, CheckParamsEnterRecordShowsFlagsAndNames)
-{
-    WbemUtil util;
-    ASSERT_TRUE(Parse(util, {"/cm", "/key=SOFTWARE\\Z", "/system"}));
-    const auto enter = Messages("Enter", "Method CheckParams has been entered.");
-    ASSERT_EQ(1u, enter.size());
-    EXPECT_EQ(
-        "\nCompile=false, Delete=false, CompileFromReg=true\nForce=false, System=true\nSetQualifiers=false\n"
-        "Backup=false\nmof=''\nini=''\nreg='SOFTWARE\\Z'\n",
-        enter[0]);
 }

@@ -89,73 +89,59 @@ TEST_F(MofScanTest, NamespaceByIndexDropsTheEscapesAndTheLeadingServer)
     }
 }
 
+// The first version with the next recorded class after it, in that class's namespace; without
+// a namespace pragma false but class and version given; without a class false, nothing given.
 TEST_F(MofScanTest, ClassVersionFindPairsFirstVersionWithNextClass)
 {
-    const std::string strText = "#pragma namespace(\"\\\\\\\\.\\\\root\\\\One\")\n"
-                                "[Version(\"1.0\")]\nclass A {\n};\n"
-                                "#pragma namespace(\"root\\\\Two\")\n"
-                                "[Version(\"2.0\")]\nclass B {\n};\n";
-    ASSERT_TRUE(Scan(strText));
-    std::string strNs, strClass, strVersion;
-    ASSERT_TRUE(Mp().ClassVersionFind(strNs, strClass, strVersion));
-    EXPECT_EQ(".\\root\\One", strNs);
-    EXPECT_EQ("A", strClass);
-    EXPECT_EQ("1.0", strVersion);
-
-    // The first version belongs to a class the class rule refuses ("A{"): it is paired
-    // with the next recorded class, B, in B's namespace.
-    ASSERT_TRUE(Scan("#pragma namespace(\"root\\\\One\")\n[Version(\"1.0\")]\nclass A{\n};\n"
-                     "#pragma namespace(\"root\\\\Two\")\n[Version(\"2.0\")]\nclass B {\n};\n"));
-    ASSERT_TRUE(Mp().ClassVersionFind(strNs, strClass, strVersion));
-    EXPECT_EQ("root\\Two", strNs);
-    EXPECT_EQ("B", strClass);
-    EXPECT_EQ("1.0", strVersion);
+    const struct
+    {
+        const char* szText;
+        size_t nVersions;
+        bool bFound;
+        const char* szExpected; // namespace|class|version
+    } cases[] = {
+        {"#pragma namespace(\"\\\\\\\\.\\\\root\\\\One\")\n[Version(\"1.0\")]\nclass A {\n};\n"
+         "#pragma namespace(\"root\\\\Two\")\n[Version(\"2.0\")]\nclass B {\n};\n",
+         2, true, ".\\root\\One|A|1.0"},
+        // The class rule refuses "A{": the version goes to B.
+        {"#pragma namespace(\"root\\\\One\")\n[Version(\"1.0\")]\nclass A{\n};\n"
+         "#pragma namespace(\"root\\\\Two\")\n[Version(\"2.0\")]\nclass B {\n};\n",
+         2, true, "root\\Two|B|1.0"},
+        {"[Version(\"1.2.0\")]\nclass A\n{\n};\n", 1, false, "|A|1.2.0"},
+        {"#pragma namespace(\"root\")\nclass A {\n};\n[Version(\"1\")]\nclass B{\n};\n", 1, false, "n|c|v"},
+    };
+    for (const auto& c : cases)
+    {
+        ASSERT_TRUE(Scan(c.szText));
+        ASSERT_EQ(c.nVersions, Mp().Versions().size()) << c.szText;
+        std::string strNs = "n", strClass = "c", strVersion = "v";
+        EXPECT_EQ(c.bFound, Mp().ClassVersionFind(strNs, strClass, strVersion)) << c.szText;
+        EXPECT_EQ(c.szExpected, strNs + "|" + strClass + "|" + strVersion) << c.szText;
+    }
 }
 
-TEST_F(MofScanTest, ClassVersionFindFailures)
-{
-    // No class after the version: outputs untouched.
-    ASSERT_TRUE(Scan("#pragma namespace(\"root\")\nclass A {\n};\n[Version(\"1\")]\nclass B{\n};\n"));
-    ASSERT_EQ(1u, Mp().Versions().size());
-    std::string strNs = "n", strClass = "c", strVersion = "v";
-    EXPECT_FALSE(Mp().ClassVersionFind(strNs, strClass, strVersion));
-    EXPECT_EQ("n", strNs);
-    EXPECT_EQ("c", strClass);
-    EXPECT_EQ("v", strVersion);
-
-    // No namespace pragma: false, but class and version are given.
-    ASSERT_TRUE(Scan("[Version(\"1.2.0\")]\nclass A\n{\n};\n"));
-    strNs = "n";
-    EXPECT_FALSE(Mp().ClassVersionFind(strNs, strClass, strVersion));
-    EXPECT_EQ("", strNs);
-    EXPECT_EQ("A", strClass);
-    EXPECT_EQ("1.2.0", strVersion);
-}
-
+// The last pragma at or before the position, else the first; an empty name is none.
 TEST_F(MofScanTest, NamespaceForPositionUsesLastPragmaBeforeOrFirst)
 {
     ASSERT_TRUE(Scan("class Early {\n};\n#pragma namespace(\"root\\\\a\")\nclass Mid {\n};\n"
                      "#pragma namespace(\"root\\\\b\")\nclass Late {\n};\n"));
     ASSERT_EQ(3u, Mp().Classes().size());
     ASSERT_EQ(2u, Mp().Namespaces().size());
-    std::string strNs;
-    EXPECT_TRUE(Mp().NamespaceForPosition(Mp().Classes()[0].Pos, strNs));
-    EXPECT_EQ("root\\a", strNs);
-    EXPECT_TRUE(Mp().NamespaceForPosition(Mp().Classes()[1].Pos, strNs));
-    EXPECT_EQ("root\\a", strNs);
-    EXPECT_TRUE(Mp().NamespaceForPosition(Mp().Classes()[2].Pos, strNs));
-    EXPECT_EQ("root\\b", strNs);
-    EXPECT_TRUE(Mp().NamespaceForPosition(Mp().Namespaces()[1].Pos, strNs));
-    EXPECT_EQ("root\\b", strNs);
-    EXPECT_TRUE(Mp().NamespaceForPosition(Mp().Namespaces()[1].Pos - 1, strNs));
-    EXPECT_EQ("root\\a", strNs);
-
-    // An empty namespace name counts as not found; so does a file without pragmas.
-    ASSERT_TRUE(Scan("#pragma namespace(\"\\\\\\\\\")\nclass A {\n};\n"));
-    EXPECT_FALSE(Mp().NamespaceForPosition(Mp().Classes()[0].Pos, strNs));
-    EXPECT_EQ("", strNs);
-    ASSERT_TRUE(Scan("class A {\n};\n"));
-    strNs = "x";
-    EXPECT_FALSE(Mp().NamespaceForPosition(Mp().Classes()[0].Pos, strNs));
-    EXPECT_EQ("", strNs);
+    const int nSecond = Mp().Namespaces()[1].Pos;
+    std::string strFound;
+    for (const int nPos :
+         {Mp().Classes()[0].Pos, Mp().Classes()[1].Pos, nSecond - 1, nSecond, Mp().Classes()[2].Pos})
+    {
+        std::string strNs;
+        EXPECT_TRUE(Mp().NamespaceForPosition(nPos, strNs));
+        strFound += strNs + " ";
+    }
+    EXPECT_EQ("root\\a root\\a root\\a root\\b root\\b ", strFound);
+    for (const char* szText : {"#pragma namespace(\"\\\\\\\\\")\nclass A {\n};\n", "class A {\n};\n"})
+    {
+        ASSERT_TRUE(Scan(szText));
+        std::string strNs = "x";
+        EXPECT_FALSE(Mp().NamespaceForPosition(Mp().Classes()[0].Pos, strNs));
+        EXPECT_EQ("", strNs);
+    }
 }

@@ -51,30 +51,38 @@ TEST_F(MofScanTest, TextAsScannedLoneFFDroppedAndLineCommentsGoneWithTheirLineFe
     EXPECT_EQ(2, Mp().Classes()[0].Pos);
 }
 
-TEST_F(MofScanTest, PragmaWithoutLaterNamespaceThrowsInvalidArg)
+// E_INVALIDARG leaves the scan for a "#pragma" with no later "namespace" text and for a class
+// with a blank-separated ":" and no "{" after it; the classes recorded otherwise.
+TEST_F(MofScanTest, PragmaWithoutNamespaceAndSuperclassWithoutBraceThrowInvalidArg)
 {
-    EXPECT_EQ(E_INVALIDARG, ScanThrown("#pragma include(\"a.mof\")\nclass A {\n};\n"));
-    EXPECT_EQ(E_INVALIDARG, ScanThrown("#pragma namespace(\"root\")\n#pragma autorecover\nclass A {\n};\n"));
-    // "namespace" as the very last word of the text is not found either.
-    EXPECT_EQ(E_INVALIDARG, ScanThrown("#pragma namespace"));
-    // Any later "namespace" text saves the non-namespace pragma.
-    EXPECT_EQ(S_OK, ScanThrown("#pragma include(\"a.mof\")\n#pragma namespace(\"root\")\n"));
-    EXPECT_EQ(S_OK, ScanThrown("#pragma autorecover\n[Description(\"a namespace\")]\nclass A {\n};"));
-}
-
-TEST_F(MofScanTest, SuperclassWithoutAnyBraceThrowsInvalidArg)
-{
-    EXPECT_EQ(E_INVALIDARG, ScanThrown("class A : B\n"));
-    EXPECT_EQ(E_INVALIDARG, ScanThrown("class A {\n};\nclass B\t: A;\n"));
-    // Not blank-separated: no superclass form, nothing thrown, nothing recorded.
-    EXPECT_EQ(S_OK, ScanThrown("class A:B\n"));
-    EXPECT_TRUE(Mp().Classes().empty());
-    // The character right behind the name is not looked at, so a line break there
-    // still makes a superclass form.
-    EXPECT_EQ(E_INVALIDARG, ScanThrown("class A\n: B\n"));
-    EXPECT_EQ(S_OK, ScanThrown("class A\n: B {\n};"));
-    ASSERT_EQ(1u, Mp().Classes().size());
-    EXPECT_EQ("A", Mp().Classes()[0].Name);
+    const struct
+    {
+        const char* szText;
+        HRESULT hr;
+        const char* szClasses;
+    } cases[] = {
+        {"#pragma include(\"a.mof\")\nclass A {\n};\n", E_INVALIDARG, nullptr},
+        {"#pragma namespace(\"root\")\n#pragma autorecover\nclass A {\n};\n", E_INVALIDARG, nullptr},
+        // "namespace" as the very last word of the text is not found either.
+        {"#pragma namespace", E_INVALIDARG, nullptr},
+        {"#pragma include(\"a.mof\")\n#pragma namespace(\"root\")\n", S_OK, ""},
+        {"#pragma autorecover\n[Description(\"a namespace\")]\nclass A {\n};", S_OK, "A"},
+        {"class A : B\n", E_INVALIDARG, nullptr},
+        {"class A {\n};\nclass B\t: A;\n", E_INVALIDARG, nullptr},
+        // Not blank-separated: no superclass form.
+        {"class A:B\n", S_OK, ""},
+        // The character right behind the name is not looked at: a line break there still counts.
+        {"class A\n: B\n", E_INVALIDARG, nullptr},
+        {"class A\n: B {\n};", S_OK, "A"},
+    };
+    for (const auto& c : cases)
+    {
+        EXPECT_EQ(c.hr, ScanThrown(c.szText)) << c.szText;
+        if (c.szClasses)
+        {
+            EXPECT_EQ(c.szClasses, Names(Mp().Classes())) << c.szText;
+        }
+    }
 }
 
 TEST_F(MofScanTest, TraceRecordsOfScanAndRefusals)

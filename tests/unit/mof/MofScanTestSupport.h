@@ -60,12 +60,4 @@ protected:
         }
         return str;
     }
-    // Position of the n-th (0-based) occurrence of a piece of text in the scanned text.
-    int PosOf(const std::string& strPiece, int nNth = 0) const
-    {
-        size_t nPos = m_pScan->Content().find(strPiece);
-        for (int i = 0; i < nNth && nPos != std::string::npos; ++i)
-            nPos = m_pScan->Content().find(strPiece, nPos + 1);
-        return nPos == std::string::npos ? -1 : static_cast<int>(nPos);
-    }
 };

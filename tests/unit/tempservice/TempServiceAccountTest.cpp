@@ -39,20 +39,17 @@ DWORD AdministratorsAttributes()
 
 using TempServiceAccount = CapturedTraceTest;
 using TempServiceDelete = CapturedTraceTest;
-const std::vector<std::string> kTrue = {"ret=true"};
 } // namespace
 
-TEST_F(TempServiceAccount, WellKnownSids)
+// The two well-known SIDs; under Wine every process runs in one administrator account, never
+// as LocalSystem.
+TEST_F(TempServiceAccount, WellKnownSidsAndWinesAdministratorThatIsNotLocalSystem)
 {
+    const std::vector<std::string> kTrue = {"ret=true"};
     EXPECT_EQ("S-1-5-32-544", SidText(CCTempService::GetAdminSid()));
     EXPECT_EQ("S-1-5-18", SidText(CCTempService::GetLocalSystemSid()));
     EXPECT_EQ(kTrue, Messages("Leave", "Method GetAdminSid has been left."));
     EXPECT_EQ(kTrue, Messages("Leave", "Method GetLocalSystemSid has been left."));
-}
-
-// Under Wine every process runs in one administrator account, never as LocalSystem.
-TEST_F(TempServiceAccount, WineRunsAnAdministratorThatIsNotLocalSystem)
-{
     EXPECT_FALSE(CCTempService::IsLocalSystem());
     EXPECT_TRUE(CCTempService::IsAdmin());
     EXPECT_EQ(std::vector<std::string>{"ret=false"},
@@ -113,5 +110,5 @@ TEST_F(TempServiceDelete, MissingServiceIsAlreadyGone)
               lines[1].substr(lines[1].find("\tInfo\t") + 1));
     EXPECT_NE(std::string::npos,
               lines[0].find("\tEnter\tMethod ServiceDelete has been entered.\tServiceName='Tarvos'"));
-    EXPECT_EQ(kTrue, Messages("Leave", "Method ServiceDelete has been left."));
+    EXPECT_EQ(std::vector<std::string>{"ret=true"}, Messages("Leave", "Method ServiceDelete has been left."));
 }

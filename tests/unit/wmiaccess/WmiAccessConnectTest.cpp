@@ -1,7 +1,8 @@
 // Connection, attach and assignment of CCWMIAccess against a WMI that is only read.
 #include "WmiAccessTestSupport.h"
 
-TEST_F(ReadOnlyAccessTest, SecondConnectInAnyCaseKeepsTheFirstConnection)
+// The same namespace again, in any case, keeps the first connection; another one replaces it.
+TEST_F(ReadOnlyAccessTest, SecondConnectKeepsOnlyTheSameNamespace)
 {
     CCWMIAccess oAccess;
     ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
@@ -14,15 +15,8 @@ TEST_F(ReadOnlyAccessTest, SecondConnectInAnyCaseKeepsTheFirstConnection)
     EXPECT_FALSE(oAccess.AlreadyConnectedToNamespace("root\\cimv"));
     // Only the first call went as far as the proxy blanket.
     EXPECT_EQ(1u, Records("SetProxyBlanket", "Enter").size());
-}
-
-TEST_F(ReadOnlyAccessTest, ConnectToAnotherNamespaceDropsTheFirst)
-{
-    CCWMIAccess oAccess;
-    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
     ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\default"));
     EXPECT_FALSE(oAccess.AlreadyConnectedToNamespace("root\\cimv2"));
-    EXPECT_TRUE(oAccess.AlreadyConnectedToNamespace("root\\default"));
     EXPECT_STREQ("root\\default", oAccess.Namespace());
 }
 
@@ -42,6 +36,8 @@ TEST_F(ReadOnlyAccessTest, MissingNamespaceLeavesTheObjectUnconnected)
     const auto leave = Records("ConnectToNamespace", "Leave");
     ASSERT_EQ(2u, leave.size());
     EXPECT_EQ("hRet 0x8004100E", leave[1].strMessage);
+    // The failed connection went no further than ConnectServer.
+    EXPECT_EQ(1u, Records("SetProxyBlanket", "Enter").size());
 }
 
 TEST_F(ReadOnlyAccessTest, CredentialConnectTracesThePasswordAndItsOwnFormat)
@@ -80,34 +76,25 @@ TEST_F(ReadOnlyAccessTest, AttachedConnectionIsNotConnectedByName)
     EXPECT_NE(pServices, static_cast<IWbemServices*>(oSecond));
 }
 
-TEST_F(ReadOnlyAccessTest, AssignmentSharesTheConnectionAndItsName)
-{
-    CCWMIAccess oSource;
-    ASSERT_EQ(S_OK, oSource.ConnectToNamespace(kReadNamespace));
-    CCWMIAccess oCopy;
-    oCopy = oSource;
-    EXPECT_EQ(static_cast<IWbemServices*>(oSource), static_cast<IWbemServices*>(oCopy));
-    EXPECT_TRUE(oCopy.AlreadyConnectedToNamespace(kReadNamespace));
-
-    CCWMIAccess oByPointer;
-    oByPointer = static_cast<IWbemServices*>(oSource);
-    EXPECT_EQ(static_cast<IWbemServices*>(oSource), static_cast<IWbemServices*>(oByPointer));
-    EXPECT_FALSE(oByPointer.AlreadyConnectedToNamespace(kReadNamespace));
-    // Each holds its own reference: the source can go and the others still work.
-}
-
-TEST_F(ReadOnlyAccessTest, AssignmentKeepsMembersTheOtherDoesNotHold)
+// Assigning an object shares its connection and name, a bare pointer only the connection;
+// what the other object does not hold (current instance, enumerator) is kept.
+TEST_F(ReadOnlyAccessTest, AssignmentSharesTheConnectionAndKeepsWhatTheOtherLacks)
 {
     CCWMIAccess oTarget;
     ASSERT_EQ(S_OK, oTarget.ConnectToNamespace(kReadNamespace));
     ASSERT_EQ(S_OK, oTarget.GetClassInstances(kReadClass));
     const std::string strFirst = CurrentKey(oTarget, kReadKey);
 
-    CCWMIAccess oConnectedOnly;
-    ASSERT_EQ(S_OK, oConnectedOnly.ConnectToNamespace("root\\default"));
-    oTarget = oConnectedOnly;
+    CCWMIAccess oSource;
+    ASSERT_EQ(S_OK, oSource.ConnectToNamespace("root\\default"));
+    oTarget = oSource;
+    EXPECT_EQ(static_cast<IWbemServices*>(oSource), static_cast<IWbemServices*>(oTarget));
     EXPECT_TRUE(oTarget.AlreadyConnectedToNamespace("root\\default"));
-    // The other object has no current instance and no enumerator: ours stay usable.
     EXPECT_EQ(strFirst, CurrentKey(oTarget, kReadKey));
     EXPECT_TRUE(SUCCEEDED(oTarget.GetNextWMIInstanceInEnumerator()));
+
+    CCWMIAccess oByPointer;
+    oByPointer = static_cast<IWbemServices*>(oSource);
+    EXPECT_EQ(static_cast<IWbemServices*>(oSource), static_cast<IWbemServices*>(oByPointer));
+    EXPECT_FALSE(oByPointer.AlreadyConnectedToNamespace("root\\default"));
 }

@@ -1,7 +1,7 @@
 // Queries, enumeration, properties and qualifiers of CCWMIAccess against a WMI that is only read.
 #include "WmiAccessTestSupport.h"
 
-#include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 namespace
@@ -124,60 +124,38 @@ TEST_F(ReadOnlyAccessTest, PropertyNameBufferMustHoldTheNameAndItsEnd)
     CCWMIAccess oAccess;
     ASSERT_EQ(S_OK, oAccess.ConnectToNamespace(kReadNamespace));
     ASSERT_EQ(S_OK, oAccess.GetClassInstances(kReadClass));
-
     // All names with a large buffer; the end is 0x80041009.
-    std::vector<std::string> names;
+    size_t nNames = 0, nSkip = SIZE_MAX;
+    char szName[256];
+    HRESULT hr = S_OK;
     ASSERT_EQ(S_OK, oAccess.BeginPropertyEnumeration());
-    for (;;)
-    {
-        char szName[256];
-        CTestVariant v;
-        const HRESULT hr = oAccess.GetNextProperty(szName, &v, sizeof(szName));
-        if (hr != S_OK)
-        {
-            EXPECT_EQ(kNotAvailable, hr);
-            break;
-        }
-        names.push_back(szName);
-        ASSERT_LT(names.size(), 1000u);
-    }
+    for (CTestVariant v; nNames < 1000 && (hr = oAccess.GetNextProperty(szName, &v, sizeof(szName))) == S_OK;
+         ++nNames, v.Clear())
+        nSkip = strcmp(szName, kReadKey) == 0 ? nNames : nSkip;
+    EXPECT_EQ(kNotAvailable, hr);
     EXPECT_EQ(kNotAvailable, oAccess.GetNextProperty(nullptr, nullptr, 0));
     ASSERT_EQ(S_OK, oAccess.EndPropertyEnumeration());
-    const auto itKey = std::find(names.begin(), names.end(), kReadKey);
-    ASSERT_NE(names.end(), itKey);
-    const size_t nSkip = itKey - names.begin();
+    ASSERT_NE(SIZE_MAX, nSkip);
 
-    for (const DWORD dwExtra : {0u, 1u})
+    // One short of the key's name and its end: nothing copied, an empty value; just enough: the name.
+    const DWORD dwFits = static_cast<DWORD>(strlen(kReadKey)) + 1;
+    for (const DWORD dwSize : {dwFits - 1, dwFits})
     {
         ASSERT_EQ(S_OK, oAccess.BeginPropertyEnumeration());
-        char szName[256];
-        for (size_t n = 0; n < nSkip; ++n)
-        {
-            CTestVariant v;
-            ASSERT_EQ(S_OK, oAccess.GetNextProperty(szName, &v, sizeof(szName)));
-        }
         CTestVariant v;
+        for (size_t n = 0; n < nSkip; ++n, v.Clear())
+            ASSERT_EQ(S_OK, oAccess.GetNextProperty(szName, &v, sizeof(szName)));
         memset(szName, 'x', sizeof(szName));
-        const DWORD dwSize = static_cast<DWORD>(strlen(kReadKey)) + dwExtra;
-        const HRESULT hr = oAccess.GetNextProperty(szName, &v, dwSize);
-        if (dwExtra == 0)
-        {
-            EXPECT_EQ(static_cast<HRESULT>(0x80041006), hr);
-            EXPECT_EQ(VT_EMPTY, v.v.vt);
-            EXPECT_EQ('x', szName[0]); // nothing copied
-            EXPECT_EQ(
-                1u, Records("GetNextProperty", "Internal", "Supplied buffer to small, return emtpy variant!")
-                        .size());
-        }
-        else
-        {
-            EXPECT_EQ(S_OK, hr);
-            EXPECT_STREQ(kReadKey, szName);
-            EXPECT_EQ(VT_BSTR, v.v.vt);
-            EXPECT_EQ('x', szName[dwSize]); // nothing written behind the buffer
-        }
+        hr = oAccess.GetNextProperty(szName, &v, dwSize);
+        EXPECT_EQ(dwSize == dwFits ? S_OK : static_cast<HRESULT>(0x80041006), hr);
+        EXPECT_EQ(dwSize == dwFits ? VT_BSTR : VT_EMPTY, v.v.vt);
+        EXPECT_EQ(dwSize == dwFits ? std::string(kReadKey) : std::string(dwSize, 'x'),
+                  std::string(szName, strnlen(szName, dwSize)));
+        EXPECT_EQ('x', szName[dwSize]); // nothing written behind the buffer
         oAccess.EndPropertyEnumeration();
     }
+    EXPECT_EQ(
+        1u, Records("GetNextProperty", "Internal", "Supplied buffer to small, return emtpy variant!").size());
 }
 
 TEST_F(ReadOnlyAccessTest, MissingQualifierAndClassFailWithoutSideEffects)

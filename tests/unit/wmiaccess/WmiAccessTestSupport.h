@@ -2,12 +2,12 @@
 // scratch file and read back, and the WMI the tests read.
 //
 // Built with WMIACC_EMU the tests run against the WMI emulator with a private repository and
-// fault file in the test's scratch folder (through WMIEMU_REPOSITORY and WMIEMU_FAULTS); the
-// read-only world is then seeded with the classes the read-only tests expect. Without it they
+// fault file, seeded with the classes the read-only tests expect. Without it they
 // run against Wine's own WMI, whose root\cimv2 has those classes already.
 #pragma once
 
 #include "ArcaTrace.h"
+#include "EmuWorld.h"
 #include "TestKit.h"
 #include "WMIAccess.h"
 
@@ -66,18 +66,17 @@ protected:
     bool m_bComInit = false;
 };
 
-// The WMI emulator with a repository of the test's own.
+// The WMI emulator with a repository and fault file of the test's own.
 class EmuAccessTest : public WmiAccessTest
 {
 protected:
     void SetUp() override;
-    void TearDown() override;
-    // Compiles MOF text into the repository through the emulator's MOF compiler.
-    void Seed(const std::string& strMof);
-    // Adds a fault switch line.
-    void Fault(const std::string& strLine);
+    void Seed(const std::string& strMof) { m_world.Seed(strMof); }
+    void Fault(const std::string& strLine) { m_world.Fault(strLine); }
     // The repository file's text.
     std::string Repository() const;
+
+    testkit::CEmuWorld m_world;
 };
 
 // The class and namespace the read-only tests enumerate: present in Wine's WMI, seeded into

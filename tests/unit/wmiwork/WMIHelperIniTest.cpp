@@ -1,4 +1,4 @@
-// CWMIHelper's INI reads: the growing buffer and the read limit, key order, bare file names.
+// CWMIHelper's INI reads: the growing buffer and the read limit, key order.
 #include "TestKit.h"
 #include "WMIHelper.h"
 
@@ -24,18 +24,4 @@ TEST(WMIHelperIni, ValuesAndKeyListsUpToTheReadLimit)
     EXPECT_EQ(strLongKey + std::string(1, '\0'), helper.GetKeyList("K1"));
     EXPECT_EQ("", helper.GetKeyList("K2"));
     EXPECT_EQ("", helper.GetKeyList("Missing"));
-}
-
-TEST(WMIHelperIni, BareNameIsTheFileInTheCurrentDirectory)
-{
-    testkit::CScratchDir dir;
-    testkit::WriteBytes(dir.File("bare.ini"), "[S]\r\nk=here\r\n");
-    char szOld[MAX_PATH];
-    GetCurrentDirectoryA(MAX_PATH, szOld);
-    SetCurrentDirectoryA(dir.Path().c_str());
-    CWMIHelper helper;
-    EXPECT_TRUE(helper.OpenIni("bare.ini"));
-    EXPECT_EQ("here", helper.GetValue("S", "k"));
-    EXPECT_FALSE(helper.OpenIni("absent.ini"));
-    SetCurrentDirectoryA(szOld);
 }
