@@ -52,8 +52,8 @@ private:
 PSID CCTempService::GetAdminSid()
 {
     gg_ptrc->Trace(3, "CCTempService::GetAdminSid", "Enter", "Method GetAdminSid has been entered.", "");
-    PSID pSid = AllocateNtSid("CCTempService::GetAdminSid", 2, SECURITY_BUILTIN_DOMAIN_RID,
-                              DOMAIN_ALIAS_RID_ADMINS);
+    PSID pSid =
+        AllocateNtSid("CCTempService::GetAdminSid", 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS);
     gg_ptrc->Trace(3, "CCTempService::GetAdminSid", "Leave", "Method GetAdminSid has been left.", "ret=%s",
                    pSid != nullptr ? "true" : "false");
     return pSid;
@@ -61,8 +61,8 @@ PSID CCTempService::GetAdminSid()
 
 PSID CCTempService::GetLocalSystemSid()
 {
-    gg_ptrc->Trace(3, "CCTempService::GetLocalSystemSid", "Enter", "Method GetLocalSystemSid has been entered.",
-                   "");
+    gg_ptrc->Trace(3, "CCTempService::GetLocalSystemSid", "Enter",
+                   "Method GetLocalSystemSid has been entered.", "");
     PSID pSid = AllocateNtSid("CCTempService::GetLocalSystemSid", 1, SECURITY_LOCAL_SYSTEM_RID, 0);
     gg_ptrc->Trace(3, "CCTempService::GetLocalSystemSid", "Leave", "Method GetLocalSystemSid has been left.",
                    "ret=%s", pSid != nullptr ? "true" : "false");
@@ -92,7 +92,8 @@ bool CCTempService::IsLocalSystem()
             FreeSid(pSystemSid);
         }
     }
-    gg_ptrc->Trace(3, szFunction, "Leave", "Method IsLocalSystem has been left.", "ret=%s", bRet ? "true" : "false");
+    gg_ptrc->Trace(3, szFunction, "Leave", "Method IsLocalSystem has been left.", "ret=%s",
+                   bRet ? "true" : "false");
     return bRet;
 }
 
@@ -107,7 +108,8 @@ bool CCTempService::IsAdmin()
     TOKEN_GROUPS* pGroups = cbGroups != 0 ? static_cast<TOKEN_GROUPS*>(malloc(cbGroups)) : nullptr;
     if (pGroups == nullptr)
     {
-        gg_ptrc->Trace(1, szFunction, "Internal", "malloc failed", "err=0x%X", static_cast<unsigned>(GetLastError()));
+        gg_ptrc->Trace(1, szFunction, "Internal", "malloc failed", "err=0x%X",
+                       static_cast<unsigned>(GetLastError()));
     }
     else if (!GetTokenInformation(token.Get(), TokenGroups, pGroups, cbGroups, &cbGroups))
     {
@@ -128,6 +130,7 @@ bool CCTempService::IsAdmin()
         }
     }
     free(pGroups);
-    gg_ptrc->Trace(3, szFunction, "Leave", "Method IsAdmin has been left.", "ret=%s", bRet ? "true" : "false");
+    gg_ptrc->Trace(3, szFunction, "Leave", "Method IsAdmin has been left.", "ret=%s",
+                   bRet ? "true" : "false");
     return bRet;
 }

@@ -75,12 +75,13 @@ bool ReadFileVersionInfo(const char* szFile, FileVersionInfo* pInfo, const char*
             {
                 const char* szName;
                 std::string* pstr;
-            } aStrings[] = {{"FileDescription", &pInfo->FileDescription}, {"LegalCopyright", &pInfo->LegalCopyright},
-                            {"ProductName", &pInfo->ProductName},         {"FileVersion", &pInfo->FileVersion},
-                            {"CompanyName", &pInfo->CompanyName},         {"InternalName", &pInfo->InternalName},
-                            {"LegalTrademarks", &pInfo->LegalTrademarks}, {"OriginalFilename", &pInfo->OriginalFilename},
-                            {"PrivateBuild", &pInfo->PrivateBuild},       {"ProductVersion", &pInfo->ProductVersion},
-                            {"SpecialBuild", &pInfo->SpecialBuild}};
+            } aStrings[] = {
+                {"FileDescription", &pInfo->FileDescription}, {"LegalCopyright", &pInfo->LegalCopyright},
+                {"ProductName", &pInfo->ProductName},         {"FileVersion", &pInfo->FileVersion},
+                {"CompanyName", &pInfo->CompanyName},         {"InternalName", &pInfo->InternalName},
+                {"LegalTrademarks", &pInfo->LegalTrademarks}, {"OriginalFilename", &pInfo->OriginalFilename},
+                {"PrivateBuild", &pInfo->PrivateBuild},       {"ProductVersion", &pInfo->ProductVersion},
+                {"SpecialBuild", &pInfo->SpecialBuild}};
             for (const auto& entry : aStrings)
             {
                 QueryString(data, strTable + entry.szName, entry.pstr);

@@ -25,7 +25,8 @@ struct FileVersionInfo
 // Reads the version resource of szFile. aszPrefixes (null-terminated list of
 // language-and-code-page texts such as "040904B0") chooses the string table; without
 // it the built-in language table is tried with the code page "B0".
-bool ReadFileVersionInfo(const char* szFile, FileVersionInfo* pInfo, const char* const* aszPrefixes = nullptr);
+bool ReadFileVersionInfo(const char* szFile, FileVersionInfo* pInfo,
+                         const char* const* aszPrefixes = nullptr);
 
 // The whole help text: empty when the option summary resource is missing.
 std::string BuildUsageText();

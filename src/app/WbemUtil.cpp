@@ -48,7 +48,8 @@ WbemUtil::WbemUtil()
 
 bool WbemUtil::ParseCmdLine(int argc, char* argv[])
 {
-    gg_ptrc->Trace(4, "WbemUtil::ParseCmdLine", "Enter", "Method ParseCmdLine has been entered.", "argc=%d", argc);
+    gg_ptrc->Trace(4, "WbemUtil::ParseCmdLine", "Enter", "Method ParseCmdLine has been entered.", "argc=%d",
+                   argc);
     for (int i = 0; i < argc; ++i)
     {
         if (argv[i] != nullptr && argv[i][0] == '/')
@@ -73,8 +74,8 @@ bool WbemUtil::ParseToken(const char* szToken)
     {
         const char* szName;
         BOOL* pbFlag;
-    } aFlags[] = {{"?", &Help},        {"dd", &Delete}, {"cf", &Compile},       {"cm", &CompileFromReg},
-                  {"p", nullptr},      {"sq", &SetQualifiers}, {"force", &Force}, {"system", &System},
+    } aFlags[] = {{"?", &Help},       {"dd", &Delete},        {"cf", &Compile},  {"cm", &CompileFromReg},
+                  {"p", nullptr},     {"sq", &SetQualifiers}, {"force", &Force}, {"system", &System},
                   {"backup", &Backup}};
     bool bFound = false;
     for (const auto& flag : aFlags)
@@ -131,12 +132,12 @@ bool WbemUtil::ParseToken(const char* szToken)
 
 bool WbemUtil::CheckParams()
 {
-    gg_ptrc->Trace(3, "WbemUtil::CheckParams", "Enter", "Method CheckParams has been entered.",
-                   "\nCompile=%s, Delete=%s, CompileFromReg=%s\nForce=%s, System=%s\nSetQualifiers=%s\nBackup=%s\n"
-                   "mof='%s'\nini='%s'\nreg='%s'\n",
-                   TrueFalse(Compile), TrueFalse(Delete), TrueFalse(CompileFromReg), TrueFalse(Force),
-                   TrueFalse(System), TrueFalse(SetQualifiers), TrueFalse(Backup), mof.c_str(), ini.c_str(),
-                   reg.c_str());
+    gg_ptrc->Trace(
+        3, "WbemUtil::CheckParams", "Enter", "Method CheckParams has been entered.",
+        "\nCompile=%s, Delete=%s, CompileFromReg=%s\nForce=%s, System=%s\nSetQualifiers=%s\nBackup=%s\n"
+        "mof='%s'\nini='%s'\nreg='%s'\n",
+        TrueFalse(Compile), TrueFalse(Delete), TrueFalse(CompileFromReg), TrueFalse(Force), TrueFalse(System),
+        TrueFalse(SetQualifiers), TrueFalse(Backup), mof.c_str(), ini.c_str(), reg.c_str());
     bool bRet = true;
     int nActions = 0;
     // Each failed test is traced and ends the check at once.

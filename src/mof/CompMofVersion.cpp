@@ -32,18 +32,21 @@ ExitCode CCompMof::CheckVersionAndCompile(const char* szMof, bool OverwriteSameV
         if (!mp.ClassVersionFind(strNamespace, strClass, strVersion))
         {
             // Without a recognisable version the file is always compiled.
-            gg_ptrc->Trace(2, szFunction, "Internal", "mp.ClassVersionFind failed, maybe version missing", "");
+            gg_ptrc->Trace(2, szFunction, "Internal", "mp.ClassVersionFind failed, maybe version missing",
+                           "");
         }
         else
         {
             strNamespace.erase(0, strNamespace.find_first_not_of(".\\"));
-            const int nCode = CWmiWork::ClassVersionCheck(strNamespace.c_str(), strClass.c_str(), strVersion.c_str());
+            const int nCode =
+                CWmiWork::ClassVersionCheck(strNamespace.c_str(), strClass.c_str(), strVersion.c_str());
             if (nCode == CLASSVERSION_GENERAL_ERROR)
             {
                 ret = EXITCODE_ERR_WMI_CONNECT;
                 break;
             }
-            if (nCode == CLASSVERSION_INSTALLED_NEWER || (nCode == CLASSVERSION_IDENTICAL && !OverwriteSameVersion))
+            if (nCode == CLASSVERSION_INSTALLED_NEWER ||
+                (nCode == CLASSVERSION_IDENTICAL && !OverwriteSameVersion))
             {
                 ret = EXITCODE_ERR_MOF_OLD_VERSION;
                 break;

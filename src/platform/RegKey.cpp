@@ -308,7 +308,8 @@ CCRegKey* CCRegKey::NewChild(const char* szSubKey)
     }
     if (!FillAsSubKey(*m_pChild, szSubKey))
     {
-        m_lLastError = m_pChild->m_lLastError != ERROR_SUCCESS ? m_pChild->m_lLastError : ERROR_INVALID_HANDLE;
+        m_lLastError =
+            m_pChild->m_lLastError != ERROR_SUCCESS ? m_pChild->m_lLastError : ERROR_INVALID_HANDLE;
         return nullptr;
     }
     return m_pChild;

@@ -186,7 +186,8 @@ bool CCArcaTrace::FormatHeader(unsigned nLevel, const char* szClass, const char*
         int nLen;
         if (m_bGlobalEnable)
         {
-            nLen = _snprintf(m_pBuffer, m_nBufSize, "%02u.%02u.%04u %02u:%02u:%02u.%03u\t%04lu\t%04lu%s\t%S\t%s\t%s\t%s\t%s\t",
+            nLen = _snprintf(m_pBuffer, m_nBufSize,
+                             "%02u.%02u.%04u %02u:%02u:%02u.%03u\t%04lu\t%04lu%s\t%S\t%s\t%s\t%s\t%s\t",
                              st.wDay, st.wMonth, st.wYear, st.wHour, st.wMinute, st.wSecond, st.wMilliseconds,
                              dwPid, dwTid, LevelWord(nLevel), m_wszModule != nullptr ? m_wszModule : L"",
                              szClass, szMethod, szCategory != nullptr ? szCategory : szNull,
@@ -194,10 +195,11 @@ bool CCArcaTrace::FormatHeader(unsigned nLevel, const char* szClass, const char*
         }
         else
         {
-            nLen = _snprintf(m_pBuffer, m_nBufSize, "%02u.%02u.%04u %02u:%02u:%02u.%03u\t%04lu\t%04lu%s\t%s\t%s\t%s\t%s\t",
-                             st.wDay, st.wMonth, st.wYear, st.wHour, st.wMinute, st.wSecond, st.wMilliseconds,
-                             dwPid, dwTid, LevelWord(nLevel), szClass, szMethod,
-                             szCategory != nullptr ? szCategory : szNull, szText != nullptr ? szText : szNull);
+            nLen = _snprintf(
+                m_pBuffer, m_nBufSize, "%02u.%02u.%04u %02u:%02u:%02u.%03u\t%04lu\t%04lu%s\t%s\t%s\t%s\t%s\t",
+                st.wDay, st.wMonth, st.wYear, st.wHour, st.wMinute, st.wSecond, st.wMilliseconds, dwPid,
+                dwTid, LevelWord(nLevel), szClass, szMethod, szCategory != nullptr ? szCategory : szNull,
+                szText != nullptr ? szText : szNull);
         }
         if (nLen >= 0 && static_cast<unsigned>(nLen) < m_nBufSize)
         {
@@ -219,7 +221,8 @@ bool CCArcaTrace::FormatBehind(size_t nOffset, const char* szFormat, va_list arg
         va_list argsCopy;
         va_copy(argsCopy, args);
         const size_t nSpace = m_nBufSize - nOffset;
-        const int nLen = _vsnprintf(m_pBuffer + nOffset, nSpace, szFormat != nullptr ? szFormat : "", argsCopy);
+        const int nLen =
+            _vsnprintf(m_pBuffer + nOffset, nSpace, szFormat != nullptr ? szFormat : "", argsCopy);
         va_end(argsCopy);
         if (nLen >= 0)
         {
@@ -320,8 +323,8 @@ void CCArcaTrace::Delay(unsigned nLevel, unsigned nSeconds)
     {
         return;
     }
-    Trace(nLevel, "CCArcaTrace::Delay", "Internal", "EXECUTION DELAY BEGIN", "Execution is stopped for %lu seconds",
-          static_cast<unsigned long>(nDelay));
+    Trace(nLevel, "CCArcaTrace::Delay", "Internal", "EXECUTION DELAY BEGIN",
+          "Execution is stopped for %lu seconds", static_cast<unsigned long>(nDelay));
     // Polls the clock without sleeping, so the delay also holds where sleeping is disturbed.
     const ULONGLONG ullEnd = GetTickCount64() + static_cast<ULONGLONG>(nDelay) * 1000;
     while (GetTickCount64() < ullEnd)

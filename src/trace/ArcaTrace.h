@@ -60,8 +60,9 @@ public:
                      const void* pData, unsigned nBytes, unsigned nBytesPerLine, unsigned nBytesPerGroup,
                      bool bSkipTrailingZeros);
     void TraceBinaryClassMethod(unsigned nLevel, const char* szClass, const char* szMethod,
-                                const char* szCategory, const char* szText, const void* pData, unsigned nBytes,
-                                unsigned nBytesPerLine, unsigned nBytesPerGroup, bool bSkipTrailingZeros);
+                                const char* szCategory, const char* szText, const void* pData,
+                                unsigned nBytes, unsigned nBytesPerLine, unsigned nBytesPerGroup,
+                                bool bSkipTrailingZeros);
 
     // False when tracing is off or *pnLevel is above the configured level; otherwise
     // waits for the semaphore and tells whether it was obtained. Unlock releases it.
@@ -97,8 +98,8 @@ private:
                       const char* szText, size_t* pnLen);
     bool GrowBuffer();
     bool FormatBehind(size_t nOffset, const char* szFormat, va_list args);
-    void DumpBinary(const unsigned char* pData, unsigned nBytes, unsigned nBytesPerLine, unsigned nBytesPerGroup,
-                    bool bSkipTrailingZeros);
+    void DumpBinary(const unsigned char* pData, unsigned nBytes, unsigned nBytesPerLine,
+                    unsigned nBytesPerGroup, bool bSkipTrailingZeros);
     bool CreateTraceSemaphore();
     void WriteBuffer();
     void WriteWide(const wchar_t* wszText);

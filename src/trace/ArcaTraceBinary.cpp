@@ -4,9 +4,9 @@
 #include <cstdio>
 #include <cstring>
 
-void CCArcaTrace::TraceBinary(unsigned nLevel, const char* szFunction, const char* szCategory, const char* szText,
-                              const void* pData, unsigned nBytes, unsigned nBytesPerLine, unsigned nBytesPerGroup,
-                              bool bSkipTrailingZeros)
+void CCArcaTrace::TraceBinary(unsigned nLevel, const char* szFunction, const char* szCategory,
+                              const char* szText, const void* pData, unsigned nBytes, unsigned nBytesPerLine,
+                              unsigned nBytesPerGroup, bool bSkipTrailingZeros)
 {
     if (!IsActive(nLevel))
     {
@@ -27,8 +27,8 @@ void CCArcaTrace::TraceBinaryClassMethod(unsigned nLevel, const char* szClass, c
     {
         return;
     }
-    TraceClassMethod(nLevel, szClass, szMethod, szCategory, szText, "Binary data at address 0x%p (%d Bytes)\n",
-                     pData, static_cast<int>(nBytes));
+    TraceClassMethod(nLevel, szClass, szMethod, szCategory, szText,
+                     "Binary data at address 0x%p (%d Bytes)\n", pData, static_cast<int>(nBytes));
     DumpBinary(static_cast<const unsigned char*>(pData), nBytes, nBytesPerLine, nBytesPerGroup,
                bSkipTrailingZeros);
 }
@@ -115,7 +115,8 @@ void CCArcaTrace::DumpBinary(const unsigned char* pData, unsigned nBytes, unsign
     }
     if (nSkippedLines > 0)
     {
-        const int nLen = _snprintf(m_pBuffer, m_nBufSize, "... %d zero lines skipped\n", static_cast<int>(nSkippedLines));
+        const int nLen =
+            _snprintf(m_pBuffer, m_nBufSize, "... %d zero lines skipped\n", static_cast<int>(nSkippedLines));
         m_nRecordLen = nLen > 0 ? static_cast<size_t>(nLen) : 0;
         WriteBuffer();
     }

@@ -119,8 +119,8 @@ bool CCArcaTrace::InheritGlobalTrace()
         m_hSemaphore = nullptr;
     }
     if (pOther->m_hSemaphore != nullptr &&
-        !DuplicateHandle(GetCurrentProcess(), pOther->m_hSemaphore, GetCurrentProcess(), &m_hSemaphore, 0, FALSE,
-                         DUPLICATE_SAME_ACCESS))
+        !DuplicateHandle(GetCurrentProcess(), pOther->m_hSemaphore, GetCurrentProcess(), &m_hSemaphore, 0,
+                         FALSE, DUPLICATE_SAME_ACCESS))
     {
         m_hSemaphore = nullptr;
     }
@@ -258,8 +258,8 @@ void CCArcaTrace::InitFromRegistry(const char* szAppKey, unsigned nFlags)
             char szFile[MAX_PATH + 1] = "";
             DWORD dwType = 0;
             DWORD cbFile = MAX_PATH;
-            if (RegQueryValueExA(hKey, "TraceFile", nullptr, &dwType, reinterpret_cast<BYTE*>(szFile), &cbFile) ==
-                    ERROR_SUCCESS &&
+            if (RegQueryValueExA(hKey, "TraceFile", nullptr, &dwType, reinterpret_cast<BYTE*>(szFile),
+                                 &cbFile) == ERROR_SUCCESS &&
                 dwType == REG_SZ)
             {
                 szFile[cbFile] = '\0';

@@ -186,7 +186,8 @@ void CCArcaTrace::FormatSystemMessage(DWORD dwCode)
         LocalFree(m_szErrorText);
         m_szErrorText = nullptr;
     }
-    FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+    FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM |
+                       FORMAT_MESSAGE_IGNORE_INSERTS,
                    nullptr, dwCode, 0, reinterpret_cast<LPSTR>(&m_szErrorText), 0, nullptr);
     if (m_szErrorText != nullptr)
     {

@@ -46,8 +46,9 @@ int CWmiWork::ClassVersionCheck(const char* szNamespace, const char* szClass, co
         {
             if (hr == static_cast<HRESULT>(WBEM_E_INVALID_NAMESPACE))
             {
-                gg_ptrc->Trace(3, szFunction, "Internal", "ConnectToNamespace failed, namespace does not exist",
-                               "hr=0x%X", static_cast<unsigned>(hr));
+                gg_ptrc->Trace(3, szFunction, "Internal",
+                               "ConnectToNamespace failed, namespace does not exist", "hr=0x%X",
+                               static_cast<unsigned>(hr));
                 nRet = CLASSVERSION_NO_NAMESPACE;
             }
             else
@@ -59,8 +60,8 @@ int CWmiWork::ClassVersionCheck(const char* szNamespace, const char* szClass, co
         }
         else if (FAILED(hr = oAcc.GetObject(szClass)))
         {
-            gg_ptrc->Trace(3, szFunction, "Internal", "GetObject failed, class might not exist!", "hr=0x%X '%s'",
-                           static_cast<unsigned>(hr), WmiErrorText(hr));
+            gg_ptrc->Trace(3, szFunction, "Internal", "GetObject failed, class might not exist!",
+                           "hr=0x%X '%s'", static_cast<unsigned>(hr), WmiErrorText(hr));
             nRet = CLASSVERSION_NO_CLASS;
         }
         else if (FAILED(hr = oAcc.GetQualifier("version", &vVersion, nullptr)))
@@ -80,8 +81,8 @@ int CWmiWork::ClassVersionCheck(const char* szNamespace, const char* szClass, co
             {
                 VariantClear(&vVersion);
             }
-            CCStringConversion installed(vVersion.vt == VT_BSTR && vVersion.bstrVal != nullptr ? vVersion.bstrVal
-                                                                                                : L"");
+            CCStringConversion installed(
+                vVersion.vt == VT_BSTR && vVersion.bstrVal != nullptr ? vVersion.bstrVal : L"");
             const char* szInstalled = installed.Convert2A();
             const double dInstalled = atof(szInstalled != nullptr ? szInstalled : "");
             const double dGiven = atof(szVersion);

@@ -23,7 +23,8 @@ double TimeCalls(CCArcaTrace& trace, unsigned nLevel, int nCalls)
     QueryPerformanceCounter(&t0);
     for (int i = 0; i < nCalls; ++i)
     {
-        trace.Trace(nLevel, "CCBench::Run", "Enter", "Method Run has been entered.", "i=%d, sz='%s'", i, "value");
+        trace.Trace(nLevel, "CCBench::Run", "Enter", "Method Run has been entered.", "i=%d, sz='%s'", i,
+                    "value");
     }
     QueryPerformanceCounter(&t1);
     return Seconds(t0, t1) / nCalls;

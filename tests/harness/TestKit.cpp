@@ -223,8 +223,8 @@ std::vector<std::string> TarvosRun::Records(const std::string& strMethod, const 
             continue;
         }
         const std::string strQualified = cols[4] == "<global>" ? cols[5] : cols[4] + "::" + cols[5];
-        if ((strMethod.empty() || strQualified == strMethod) && (strCategory.empty() || cols[6] == strCategory) &&
-            (strText.empty() || cols[7] == strText))
+        if ((strMethod.empty() || strQualified == strMethod) &&
+            (strCategory.empty() || cols[6] == strCategory) && (strText.empty() || cols[7] == strText))
         {
             found.push_back(strLine);
         }

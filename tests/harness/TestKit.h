@@ -79,7 +79,7 @@ struct TarvosRun
     // number (the run is then also a test failure). Empty when it ran to its end.
     std::string strFailure;
     std::string strStdout;
-    std::string strTrace;          // the trace file as text (see ReadUtf16Text)
+    std::string strTrace;           // the trace file as text (see ReadUtf16Text)
     std::vector<std::string> lines; // the trace's records (see SplitRecords)
     // Records whose columns (class, method, category, text) match; empty strings match anything.
     std::vector<std::string> Records(const std::string& strMethod, const std::string& strCategory = "",

@@ -33,11 +33,12 @@ void RecordContext(const wchar_t* wszMethod, IWbemContext* pCtx)
         if (pCtx)
             line += std::wstring(L"\t") + wszName + L"=" + ContextValue(pCtx, wszName);
     line += L"\n";
-    const int cb = WideCharToMultiByte(CP_UTF8, 0, line.c_str(), (int)line.size(), nullptr, 0, nullptr, nullptr);
+    const int cb =
+        WideCharToMultiByte(CP_UTF8, 0, line.c_str(), (int)line.size(), nullptr, 0, nullptr, nullptr);
     std::string utf8(cb, '\0');
     WideCharToMultiByte(CP_UTF8, 0, line.c_str(), (int)line.size(), &utf8[0], cb, nullptr, nullptr);
-    HANDLE h = CreateFileW(wszFile, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
-                           FILE_ATTRIBUTE_NORMAL, nullptr);
+    HANDLE h = CreateFileW(wszFile, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                           OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (h == INVALID_HANDLE_VALUE)
         return;
     DWORD dwWritten = 0;

@@ -70,8 +70,8 @@ HRESULT CEmuServices::OpenNamespace(const BSTR strNamespace, LONG, IWbemContext*
     return hr;
 }
 
-HRESULT CEmuServices::GetObject(const BSTR strObjectPath, LONG, IWbemContext* pCtx, IWbemClassObject** ppObject,
-                                IWbemCallResult** ppCallResult)
+HRESULT CEmuServices::GetObject(const BSTR strObjectPath, LONG, IWbemContext* pCtx,
+                                IWbemClassObject** ppObject, IWbemCallResult** ppCallResult)
 {
     RecordContext(L"GetObject", pCtx);
     ClearCallResult(ppCallResult);
@@ -197,8 +197,8 @@ HRESULT CEmuServices::CreateInstanceEnum(const BSTR strFilter, LONG lFlags, IWbe
     return FAILED(hr) ? hr : MakeEnum(objs, lFlags, cls, ppEnum);
 }
 
-HRESULT CEmuServices::ExecQuery(const BSTR strQueryLanguage, const BSTR strQuery, LONG lFlags, IWbemContext* pCtx,
-                                IEnumWbemClassObject** ppEnum)
+HRESULT CEmuServices::ExecQuery(const BSTR strQueryLanguage, const BSTR strQuery, LONG lFlags,
+                                IWbemContext* pCtx, IEnumWbemClassObject** ppEnum)
 {
     RecordContext(L"ExecQuery", pCtx);
     if (!ppEnum || !strQueryLanguage || !strQuery)

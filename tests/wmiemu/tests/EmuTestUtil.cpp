@@ -180,7 +180,8 @@ int EmuTest::RunTool(const std::wstring& args, std::string* pOut)
     dir = dir.substr(0, dir.find_last_of(L'\\') + 1);
     const std::string what = "wmiemutool " + std::string(args.begin(), args.end()) + ": ";
     SECURITY_ATTRIBUTES sa = {sizeof(sa), nullptr, TRUE};
-    HANDLE hOut = CreateFileW(outFile.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &sa, CREATE_ALWAYS, 0, nullptr);
+    HANDLE hOut =
+        CreateFileW(outFile.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &sa, CREATE_ALWAYS, 0, nullptr);
     if (hOut == INVALID_HANDLE_VALUE)
     {
         ADD_FAILURE() << what << "CreateFileW of the output file failed, error " << GetLastError();
