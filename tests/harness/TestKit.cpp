@@ -280,9 +280,21 @@ TarvosRun RunProgram(const std::string& strCommandLine, const std::string& strWo
     si.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
     PROCESS_INFORMATION pi = {};
     std::string strCmd = strCommandLine;
-    const BOOL bStarted = CreateProcessA(nullptr, &strCmd[0], nullptr, nullptr, TRUE, 0, nullptr,
-                                         strWorkDir.empty() ? nullptr : strWorkDir.c_str(), &si, &pi);
-    const DWORD dwStartError = GetLastError();
+    // Wine now and then fails a process start with ERROR_INTERNAL_ERROR before the program runs
+    // a single instruction; that is the test machine's fault, so the start is tried again.
+    BOOL bStarted = FALSE;
+    DWORD dwStartError = 0;
+    for (int nTry = 0; nTry < 3 && !bStarted; ++nTry)
+    {
+        bStarted = CreateProcessA(nullptr, &strCmd[0], nullptr, nullptr, TRUE, 0, nullptr,
+                                  strWorkDir.empty() ? nullptr : strWorkDir.c_str(), &si, &pi);
+        dwStartError = GetLastError();
+        if (bStarted || dwStartError != ERROR_INTERNAL_ERROR)
+            break;
+        printf("process start failed with error %lu, tried again: %s\n", dwStartError,
+               strCommandLine.c_str());
+        Sleep(200);
+    }
     CloseHandle(hWrite);
     if (!bStarted)
     {

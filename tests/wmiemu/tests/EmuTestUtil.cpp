@@ -195,7 +195,18 @@ int EmuTest::RunTool(const std::wstring& args, std::string* pOut)
     PROCESS_INFORMATION pi = {};
     std::wstring cmd = L"\"" + dir + L"wmiemutool.exe\" " + args;
     DWORD dwCode = 99;
-    if (!CreateProcessW(nullptr, &cmd[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &si, &pi))
+    // Wine now and then fails a process start with ERROR_INTERNAL_ERROR before the tool runs;
+    // that is the test machine's fault, so the start is tried again.
+    BOOL bStarted = FALSE;
+    for (int nTry = 0; nTry < 3 && !bStarted; ++nTry)
+    {
+        bStarted = CreateProcessW(nullptr, &cmd[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &si, &pi);
+        if (!bStarted && GetLastError() != ERROR_INTERNAL_ERROR)
+            break;
+        if (!bStarted)
+            Sleep(200);
+    }
+    if (!bStarted)
         ADD_FAILURE() << what << "CreateProcessW failed, error " << GetLastError();
     else
     {
