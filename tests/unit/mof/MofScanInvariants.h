@@ -6,20 +6,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
+#include <cstring>
 #include <string>
 #include <vector>
 
 namespace mofcheck
 {
+// A NUL in the text stops _strnicmp before the keyword's end: no match, as it should be.
 inline bool KeywordAt(const std::string& strText, int nPos, const std::string& strKeyword)
 {
-    if (nPos < 0 || static_cast<size_t>(nPos) + strKeyword.size() >= strText.size())
-        return false;
-    for (size_t i = 0; i < strKeyword.size(); ++i)
-        if (tolower(static_cast<unsigned char>(strText[static_cast<size_t>(nPos) + i])) != strKeyword[i])
-            return false;
-    return true;
+    return nPos >= 0 && static_cast<size_t>(nPos) + strKeyword.size() < strText.size() &&
+           _strnicmp(strText.c_str() + nPos, strKeyword.c_str(), strKeyword.size()) == 0;
 }
 
 inline bool IsIdentifier(const std::string& str)

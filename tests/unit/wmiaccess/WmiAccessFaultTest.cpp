@@ -7,6 +7,10 @@
 
 TEST_F(EmuAccessTest, FailingCallsPassTheirCodeWithOneRecord)
 {
+    const auto putVersion = [](CCWMIAccess& o) {
+        CTestVariant v;
+        return o.PutClassQualifier("Win32_Service", "version", Text(&v, L"9.9"), 0);
+    };
     const struct
     {
         const char* szFault;
@@ -32,18 +36,10 @@ TEST_F(EmuAccessTest, FailingCallsPassTheirCodeWithOneRecord)
          },
          "PutInstance", "Internal", "Error calling PutInstance (native)"},
         // PutClass would answer 0x80041003: the qualifier's own code shows it was not called.
-        {"QualifierPut 0x80041017\r\nPutClass 0x80041003",
-         [](CCWMIAccess& o) {
-             CTestVariant v;
-             return o.PutClassQualifier("Win32_Service", "version", Text(&v, L"9.9"), 0);
-         },
-         "PutClassQualifier", "Internal", "Error putting the upated class definition. "},
-        {"GetQualifierSet 0x80041017",
-         [](CCWMIAccess& o) {
-             CTestVariant v;
-             return o.PutClassQualifier("Win32_Service", "version", Text(&v, L"9.9"), 0);
-         },
-         "PutClassQualifier", "Internal", "Error putting the qualifier."},
+        {"QualifierPut 0x80041017\r\nPutClass 0x80041003", putVersion, "PutClassQualifier", "Internal",
+         "Error putting the upated class definition. "},
+        {"GetQualifierSet 0x80041017", putVersion, "PutClassQualifier", "Internal",
+         "Error putting the qualifier."},
     };
     const std::string strBefore = Repository();
     for (const auto& c : cases)

@@ -1,9 +1,5 @@
-// Shared set-up of the WMI access tests: COM on the test thread, the trace switched on into a
-// scratch file and read back, and the WMI the tests read.
-//
-// Built with WMIACC_EMU the tests run against the WMI emulator with a private repository and
-// fault file, seeded with the classes the read-only tests expect. Without it they
-// run against Wine's own WMI, whose root\cimv2 has those classes already.
+// Shared set-up of the WMI access tests: COM, the trace in a scratch file, and the WMI they read:
+// with WMIACC_EMU the emulator seeded with the classes the read-only tests expect, else Wine's own.
 #pragma once
 
 #include "ArcaTrace.h"
@@ -50,7 +46,6 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
-    // Every record of the test's trace file.
     std::vector<TraceRecord> Records() const { return testkit::TraceRecords(m_strTrace); }
     // Records of one method of CCWMIAccess ("ConnectToNamespace"), optionally of one category and text.
     std::vector<TraceRecord> Records(const std::string& strMethod, const std::string& strCategory,
@@ -58,7 +53,7 @@ protected:
     {
         return testkit::TraceRecords(m_strTrace, "CCWMIAccess::" + strMethod, strCategory, strText);
     }
-    // The first results of an enumeration, read with the key property.
+    // The key property of the current instance.
     std::string CurrentKey(CCWMIAccess& oAccess, const char* szKey);
 
     testkit::CScratchDir m_dir;
@@ -73,7 +68,6 @@ protected:
     void SetUp() override;
     void Seed(const std::string& strMof) { m_world.Seed(strMof); }
     void Fault(const std::string& strLine) { m_world.Fault(strLine); }
-    // The repository file's text.
     std::string Repository() const;
 
     testkit::CEmuWorld m_world;

@@ -25,23 +25,6 @@ TEST_F(EmuAccessTest, InstancesAreWrittenOnlyByTheirPut)
     EXPECT_EQ(static_cast<HRESULT>(0x80041009), oReader.GetNextWMIInstanceInEnumerator());
 }
 
-TEST_F(EmuAccessTest, ClassQualifierIsWrittenAndReadBack)
-{
-    CCWMIAccess oAccess;
-    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
-    CTestVariant v;
-    ASSERT_EQ(S_OK, oAccess.PutClassQualifier("Win32_Service", "version", Text(&v, L"2.5"), 0));
-    CTestVariant vRead;
-    ASSERT_EQ(S_OK, oAccess.GetClassQualifier("Win32_Service", "version", &vRead));
-    EXPECT_EQ("2.5", vRead.Str());
-    // As the version check reads it: the class as the current object.
-    ASSERT_EQ(S_OK, oAccess.GetObject("Win32_Service"));
-    CTestVariant vCurrent;
-    ASSERT_EQ(S_OK, oAccess.GetQualifier("version", &vCurrent));
-    EXPECT_EQ("2.5", vCurrent.Str());
-    EXPECT_NE(std::string::npos, Repository().find("qualifier version"));
-}
-
 TEST_F(EmuAccessTest, QualifiersOfMissingClassOrPropertyFailAndWriteNothing)
 {
     CCWMIAccess oAccess;
