@@ -63,10 +63,7 @@ protected:
         EXPECT_EQ(strExpected, m_world.Dump("root"));
         size_t nWarnings = 0;
         for (const auto& strRecord : run.lines)
-        {
-            const auto cols = SplitTabs(strRecord);
-            nWarnings += cols.size() > 3 && (cols[3] == "Error" || cols[3] == "Warning");
-        }
+            nWarnings += e2e::Column(strRecord, 3) == "Error" || e2e::Column(strRecord, 3) == "Warning";
         EXPECT_EQ(c.nWarnings, nWarnings) << run.strTrace;
     }
 };

@@ -8,7 +8,6 @@
 #include <initializer_list>
 
 using testkit::RunTarvos;
-using testkit::SplitTabs;
 
 namespace
 {
@@ -84,11 +83,8 @@ protected:
     {
         std::vector<std::string> messages;
         for (const std::string& strRecord : run.lines)
-        {
-            const auto cols = SplitTabs(strRecord);
-            if (cols.size() >= 9 && cols[7] == strText)
-                messages.push_back(cols[3] + " " + cols[8]);
-        }
+            if (e2e::Column(strRecord, 7) == strText)
+                messages.push_back(e2e::Column(strRecord, 3) + " " + e2e::Message(strRecord));
         return messages;
     }
 };
