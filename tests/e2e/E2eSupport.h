@@ -1,5 +1,5 @@
-// Shared by the end-to-end tests: MOF text builders, repository dumps to compare with, trace
-// record look-ups, and a registry value of the test prefix changed for the length of one test.
+// Shared by the end-to-end tests: MOF builders, repository dumps, trace record look-ups, and a
+// registry value of the test prefix changed for one test.
 #pragma once
 
 #include "EmuWorld.h"
@@ -67,6 +67,12 @@ inline std::string Only(const testkit::TarvosRun& run, const std::string& strMet
     if (found.size() != 1)
         return "<" + std::to_string(found.size()) + " records>";
     return (bLevel ? Column(found[0], 3) + " " : std::string()) + Message(found[0]);
+}
+
+// Records of main turning the job's 18 (file not newer) into 0.
+inline size_t OldVersionForgiven(const testkit::TarvosRun& run)
+{
+    return run.Records("main", "Internal", "Changing EXITCODE_ERR_MOF_OLD_VERSION to EXITCODE_OK").size();
 }
 
 // A string value of the prefix's registry set, or removed (null), for the life of the object.

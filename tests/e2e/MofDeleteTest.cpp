@@ -1,8 +1,6 @@
-// /DD /MOF end to end against the WMI emulator: what a MOF file installed is removed, all
-// else in the repository stays, and the file leaves the autorecover list.
+// /DD /MOF against the WMI emulator: what a MOF file installed goes, all else stays, and the file
+// leaves the autorecover list.
 #include "E2eSupport.h"
-#include "EmuWorld.h"
-#include "TestKit.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +8,6 @@
 #include <initializer_list>
 
 using testkit::RunTarvos;
-using testkit::SplitTabs;
 
 namespace
 {
@@ -18,8 +15,7 @@ const char kCimom[] = "SOFTWARE\\Microsoft\\WBEM\\CIMOM";
 const char kAutoRecover[] = "Autorecover MOFs";
 const std::string kNsDel = e2e::Pragma("root\\TvDel");
 
-// What the tests' MOF installs in root\TvDel: keys of every kind, a class that the deletion
-// keeps (lower-case first letter), a second namespace pragma for the same namespace.
+// Keys of every kind, a class the deletion keeps (lower-case first letter), a second pragma.
 const std::string kAgentMof = "#pragma autorecover\n" + e2e::Ns("root\\TvDel") +
                               "class Tv_Keys { [key] string Name; [key] uint32 Id; string Note; };\n"
                               "class Tv_Default { [key] string Name = \"dflt\"; uint32 N; };\n"
@@ -40,7 +36,7 @@ const std::string kOtherMof = e2e::Pragma("root\\cimv2") +
 const std::string kLeftMof = e2e::Ns("root\\TvDel") + "class tv_lower { [key] string Name; };\n"
                                                       "instance of tv_lower { Name = \"kept\"; };\n";
 
-// The autorecover value of the prefix's registry as raw bytes, "<none>" when it is missing.
+// The autorecover value as raw bytes, "<none>" when it is missing.
 std::string AutoRecover()
 {
     HKEY hKey = nullptr;
@@ -82,16 +78,13 @@ protected:
     {
         return RunTarvos("/dd \"/mof=" + strMof + "\"" + strMore);
     }
-    // The messages of the records of DoDeleteInstances/DoDeleteNonSystemClasses with one text.
+    // "level message" of the records with one text.
     std::vector<std::string> Messages(const testkit::TarvosRun& run, const std::string& strText) const
     {
         std::vector<std::string> messages;
         for (const std::string& strRecord : run.lines)
-        {
-            const auto cols = SplitTabs(strRecord);
-            if (cols.size() >= 9 && cols[7] == strText)
-                messages.push_back(cols[3] + " " + cols[8]);
-        }
+            if (e2e::Column(strRecord, 7) == strText)
+                messages.push_back(e2e::Column(strRecord, 3) + " " + e2e::Message(strRecord));
         return messages;
     }
 };
@@ -103,14 +96,11 @@ TEST_F(MofDelete, WhatTheMofInstalledGoesAndAllElseStays)
     e2e::DumpOf(m_world, kOtherMof);
     ASSERT_EQ(0u, RunTarvos("/cf \"/mof=" + m_strMof + "\"").dwExitCode);
     m_world.Seed(kNsDel + "instance of tv_lower { Name = \"kept\"; };\n");
-    // The compile put the MOF on the list.
     ASSERT_NE(std::string::npos, AutoRecover().find("agent.mof"));
     // The scanner also finds a system class in the text: it is passed over.
     const auto run = Delete(m_world.WriteMof("agent.mof", kAgentMof + "class __SystemClass\n{\n};\n"));
     EXPECT_EQ(0u, run.dwExitCode) << run.strTrace;
-
     EXPECT_EQ(strLeft, m_world.Dump("root"));
-
     const std::vector<std::string> deleted = {
         "Verbose ns='\\\\.\\root\\TvDel' path='Tv_Keys.Name=\"a\",Id=7'",
         "Verbose ns='\\\\.\\root\\TvDel' path='Tv_Default.Name=\"dflt\"'",
@@ -128,8 +118,7 @@ TEST_F(MofDelete, WhatTheMofInstalledGoesAndAllElseStays)
     EXPECT_EQ(1u, Messages(run, "Removing entry from AUTORECOVER value").size());
     EXPECT_EQ(MultiSz({"C:\\other.mof"}), AutoRecover());
 
-    // Twice: nothing left to find, and still done. Only the kept class can be asked for its
-    // instance; the other classes are gone.
+    // Twice: nothing left to find, and still done; only the kept class can be asked for its instance.
     const auto again = Delete(m_strMof);
     EXPECT_EQ(0u, again.dwExitCode);
     EXPECT_EQ(
@@ -149,7 +138,7 @@ TEST_F(MofDelete, FilesThatCannotBeUndoneChangeNothing)
         const char* szName;
         std::string strText;
         DWORD dwExit;
-        const char* szText; // a record the run writes
+        const char* szText;
     } cases[] = {
         {"utf16.mof", std::string("\xFF\xFE#\0", 4), 19, "DELETING, mp.Parse failed"},
         // The failed path stops the job before any class is deleted.

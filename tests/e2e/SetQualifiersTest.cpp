@@ -1,8 +1,6 @@
 // /SQ end to end against the WMI emulator: qualifiers set from an INI file, the backup file,
 // and the whole repository compared before and after every run.
 #include "E2eSupport.h"
-#include "EmuWorld.h"
-#include "TestKit.h"
 
 #include <gtest/gtest.h>
 

@@ -1,14 +1,9 @@
-// /system through Wine's service control manager. Tarvos.exe itself shows the normal side: the
-// service "Tarvos" and its configuration, the leftover of an earlier run, and the service
-// process that is not LocalSystem. TarvosSvcHost.exe (Tarvos's sources with an entry point that
-// takes the LocalSystem branch beside its own normal instance) shows the service side: the job
-// inside the service and its code handed back through the shared section.
+// /system through Wine's service control manager: Tarvos.exe shows the normal side (the service,
+// its configuration, a leftover), TarvosSvcHost.exe the service side (see TempServiceHost.cpp).
 #include "E2eSupport.h"
-#include "EmuWorld.h"
 #include "ScHandle.h"
 #include "SharedCounters.h"
 #include "TempService.h"
-#include "TestKit.h"
 
 #include <gtest/gtest.h>
 
@@ -54,8 +49,7 @@ class TempService : public ::testing::Test
 {
 protected:
     testkit::CEmuWorld m_world;
-    // The service process does not inherit the test's environment: for the time of the test the
-    // emulator's registry values name the world's repository and fault file.
+    // The service process does not inherit the test's environment: these name the world's files.
     e2e::CPrefixValue m_repository{HKEY_LOCAL_MACHINE, "Software\\WmiEmu", "Repository",
                                    m_world.Dir().File("repository.txt").c_str()};
     e2e::CPrefixValue m_faults{HKEY_LOCAL_MACHINE, "Software\\WmiEmu", "Faults",
@@ -63,14 +57,12 @@ protected:
 
     void SetUp() override
     {
-        // No leftover from a test that failed half-way.
         CCTempService::ServiceDelete("Tarvos");
         ASSERT_EQ("", ServiceConfig());
     }
     void TearDown() override { CCTempService::ServiceDelete("Tarvos"); }
 
-    // Runs a program in the world's folder. Both trace keys append (no clearing), so the
-    // normal instance and the service process can share one file without losing records.
+    // Runs a program in the world's folder; both trace keys append, for two processes per file.
     ServiceRun Run(const std::string& strExe, const std::string& strArgs)
     {
         testkit::CScratchDir dir;
@@ -97,9 +89,8 @@ protected:
 };
 } // namespace
 
-// Under Wine the service process runs in the same administrator account as everything else, so
-// Tarvos.exe started by the service control manager is a second normal instance: it is refused
-// before it connects, the start fails, and nothing is waited for or deleted.
+// Under Wine the service process is not LocalSystem, so Tarvos.exe started by the service control
+// manager is a second normal instance: refused, the start fails, nothing is waited for or deleted.
 TEST_F(TempService, TarvosExeCreatesTheServiceAndALeftoverIsReplaced)
 {
     const std::string strMof = m_world.WriteMof("agent.mof", AgentMof("1.0"));
@@ -148,7 +139,6 @@ TEST_F(TempService, TarvosExeCreatesTheServiceAndALeftoverIsReplaced)
     EXPECT_EQ(0u, second.normal.dwExitCode);
 }
 
-// The service side for real: the job runs inside the service and only its code comes back.
 TEST_F(TempService, JobRunsInsideTheServiceAndItsCodeComesBack)
 {
     struct Case
@@ -182,10 +172,7 @@ TEST_F(TempService, JobRunsInsideTheServiceAndItsCodeComesBack)
         EXPECT_EQ("dwTimeOut=5000", Only(run.normal, "CCTempService::WaitForServiceEnd", "Enter"));
         EXPECT_EQ("ret='true'", Only(run.normal, "CCTempService::WaitForServiceEnd", "Leave"));
         EXPECT_EQ("ret=true", Only(run.normal, "CCTempService::ServiceDelete", "Leave"));
-        EXPECT_EQ(
-            c.nJob == 18 ? 1u : 0u,
-            run.normal.Records("main", "Internal", "Changing EXITCODE_ERR_MOF_OLD_VERSION to EXITCODE_OK")
-                .size());
+        EXPECT_EQ(c.nJob == 18 ? 1u : 0u, e2e::OldVersionForgiven(run.normal));
         EXPECT_TRUE(run.normal.Records("DoTheJob").empty());
         EXPECT_EQ("", ServiceConfig()) << "the service is gone";
 
@@ -201,16 +188,13 @@ TEST_F(TempService, JobRunsInsideTheServiceAndItsCodeComesBack)
             EXPECT_NE(std::string::npos, run.service.strTrace.find(strParsed)) << strParsed;
         EXPECT_EQ("gg_nSvcExitcode=" + std::to_string(c.nJob), Only(run.service, "TempServiceProc", "Leave"));
         EXPECT_EQ("ret=0x00000000", Only(run.service, "CCTempService::RegisterDispatcher", "Leave"));
-        EXPECT_TRUE(
-            run.service.Records("main", "Internal", "Changing EXITCODE_ERR_MOF_OLD_VERSION to EXITCODE_OK")
-                .empty());
+        EXPECT_EQ(0u, e2e::OldVersionForgiven(run.service));
         EXPECT_EQ("nReturn=0 '0, EXITCODE_OK'", Only(run.service, "main", "Leave"));
         EXPECT_EQ(c.nJob != 17, m_world.Dump("root\\TarvosTest").find("Tvs_Agent") != std::string::npos);
     }
 }
 
-// Beside a normal instance, but not started by the service control manager: the dispatcher
-// fails with 1063 and the job runs in-process.
+// Beside a normal instance but not started as a service: the dispatcher fails, the job runs here.
 TEST_F(TempService, ProcessNotStartedAsServiceRunsTheJobItself)
 {
     testkit::CSharedCounters counters(HostExe());

@@ -1,7 +1,6 @@
 // /CF and /SQ against Wine's own WMI: what they find by reading, before anything is written
 // (Wine has no MOF compiler).
 #include "E2eSupport.h"
-#include "TestKit.h"
 
 #include <gtest/gtest.h>
 
