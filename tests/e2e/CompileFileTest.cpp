@@ -145,8 +145,10 @@ TEST_F(CompileFile, VersionDecidesWhetherTheFileIsCompiled)
         for (const std::string& strFragment : c.fragments)
             EXPECT_NE(std::string::npos, strFailed.find(strFragment)) << strFailed;
         if (!c.fragments.empty())
+        {
             EXPECT_NE(std::string::npos, strFailed.find("\nname='" + m_world.Dir().File("agent.mof") +
                                                         "'\nwrkdir='" + m_world.Dir().Path() + "'\n"));
+        }
         if (*c.szText != '\0')
         {
             const std::string strMethod = *c.szResult != '\0' ? kCheck : kCompile;
