@@ -37,7 +37,7 @@ ExitCode CCompMof::CheckVersionAndCompile(const char* szMof, bool OverwriteSameV
         }
         else
         {
-            strNamespace.erase(0, strNamespace.find_first_not_of(".\\"));
+            strNamespace = NamespaceWithoutMachine(strNamespace);
             const int nCode =
                 CWmiWork::ClassVersionCheck(strNamespace.c_str(), strClass.c_str(), strVersion.c_str());
             if (nCode == CLASSVERSION_GENERAL_ERROR)

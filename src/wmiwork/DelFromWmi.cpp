@@ -161,11 +161,11 @@ int CDelFromWmi::RemoveNamespaces(bool bForce)
                    "bForce=%s", bForce ? "true" : "false");
     ForEachValue(*this, "DeleteNamespace", [bForce](const char*, const char* szValue) {
         // \\.\root\X and root\X name the same namespace.
-        const char* szNamespace = szValue + strspn(szValue, "\\.");
-        if (!CWmiWork::NamespaceDelete(szNamespace, bForce))
+        const std::string strNamespace = NamespaceWithoutMachine(szValue);
+        if (!CWmiWork::NamespaceDelete(strNamespace.c_str(), bForce))
         {
             gg_ptrc->Trace(2, "CDelFromWmi::RemoveNamespaces", "Internal", "CWmiWork::NamespaceDelete failed",
-                           "ns='%s'", szNamespace);
+                           "ns='%s'", strNamespace.c_str());
         }
     });
     gg_ptrc->Trace(3, "CDelFromWmi::RemoveNamespaces", "Leave", "Method RemoveNamespaces has been left.",

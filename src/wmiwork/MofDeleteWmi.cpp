@@ -10,13 +10,6 @@
 
 namespace
 {
-// Leading dots and backslashes off: \\.\root\X and .\root\X become root\X.
-std::string NamespaceBare(const std::string& strNamespace)
-{
-    const size_t nStart = strNamespace.find_first_not_of(".\\");
-    return nStart == std::string::npos ? std::string() : strNamespace.substr(nStart);
-}
-
 // "namespace:path" as it stands inside a quoted object path value: backslashes doubled,
 // double quotes escaped.
 std::string AliasPathEscaped(const std::string& strNamespace, const std::string& strPath)
@@ -56,7 +49,7 @@ bool DoDeleteInstances(CMofParse& mp)
         {
             continue;
         }
-        strNamespace = "\\\\.\\" + NamespaceBare(strNamespace);
+        strNamespace = "\\\\.\\" + NamespaceWithoutMachine(strNamespace);
         const HRESULT hr =
             CWmiWork::PropNamesAndTypesGet(strNamespace.c_str(), instance.ClassName.c_str(), props);
         if (hr == static_cast<HRESULT>(WBEM_E_NOT_FOUND))
@@ -136,7 +129,7 @@ bool DoDeleteNonSystemClasses(CMofParse& mp)
                            mofClass.Name.c_str());
             continue;
         }
-        strNamespace = NamespaceBare(strNamespace);
+        strNamespace = NamespaceWithoutMachine(strNamespace);
         const HRESULT hr = CWmiWork::ClassDelete(strNamespace.c_str(), mofClass.Name.c_str());
         if (SUCCEEDED(hr))
         {

@@ -11,6 +11,14 @@
 
 struct MofInstance;
 
+// A namespace path without its machine part: leading backslashes and dots off, so
+// \\.\root\X and .\root\X become root\X (and a path of nothing else becomes empty).
+inline std::string NamespaceWithoutMachine(const std::string& strNamespace)
+{
+    const size_t nStart = strNamespace.find_first_not_of("\\.");
+    return nStart == std::string::npos ? std::string() : strNamespace.substr(nStart);
+}
+
 // One non-system property of a class as WMI enumerates it. The default value is the class's
 // value of the property; the record owns it.
 struct WmiPropRecord

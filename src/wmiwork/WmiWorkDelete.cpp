@@ -9,16 +9,6 @@
 
 #include <string>
 
-namespace
-{
-// Leading backslashes and dots off, so \\.\root\X becomes root\X.
-std::string MachinePrefixStrip(const std::string& str)
-{
-    const size_t nStart = str.find_first_not_of("\\.");
-    return nStart == std::string::npos ? std::string() : str.substr(nStart);
-}
-} // namespace
-
 HRESULT CWmiWork::SpecificInstanceDelete(const char* szNamespace, const char* szRelPath)
 {
     const char* szFunction = "CWmiWork::SpecificInstanceDelete";
@@ -211,7 +201,7 @@ bool CWmiWork::NamespaceDelete(const char* szNamespace, bool bForce)
             // the operation ends here without its Leave record. The job's handler reports it.
             throw static_cast<HRESULT>(E_INVALIDARG);
         }
-        const std::string strParent = MachinePrefixStrip(strPath.substr(0, nSlash));
+        const std::string strParent = NamespaceWithoutMachine(strPath.substr(0, nSlash));
         const std::string strKey = "Name=\"" + strPath.substr(nSlash + 1) + "\"";
         bRet = InstanceDelete(strParent.c_str(), "__NAMESPACE", strKey.c_str());
     }
