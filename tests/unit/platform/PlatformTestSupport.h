@@ -52,14 +52,4 @@ protected:
             pstrData->assign(abData, cbData);
         return lResult == ERROR_SUCCESS;
     }
-    // Whether a key below the test's key exists ("" for the test's key itself).
-    bool KeyExists(const std::string& strBelow) const
-    {
-        HKEY hKey = nullptr;
-        const LONG lResult =
-            RegOpenKeyExA(HKEY_LOCAL_MACHINE, (m_strSub + strBelow).c_str(), 0, KEY_READ, &hKey);
-        if (lResult == ERROR_SUCCESS)
-            RegCloseKey(hKey);
-        return lResult == ERROR_SUCCESS;
-    }
 };

@@ -1,51 +1,10 @@
-// CCRegKey: typed reads and writes of values against the registry of the test prefix.
+// CCRegKey: the value operations the jobs use (enumeration, multi-strings) against the
+// registry of the test prefix.
 #include "PlatformTestSupport.h"
 #include "RegKey.h"
 
 #include <cstring>
-#include <functional>
-
-TEST_F(RegKeyTest, TypedReadsCheckTheTypeAndLeaveWhatTheQueryWrote)
-{
-    m_key.SetDword("Dword", 5);
-    m_key.SetString("Text", "ab");
-    m_key.SetString("Expand", "%TEMP%", REG_EXPAND_SZ);
-    CCRegKey key(m_strFull.c_str(), KEY_READ);
-    char szText[64];
-    DWORD cb = 0;
-    DWORD dwValue = 0;
-    const struct
-    {
-        const char* szCase;
-        std::function<bool()> read;
-        LONG lError;
-        std::function<bool()> after; // what the caller's buffers hold afterwards
-    } cases[] = {
-        {"string of a DWORD", [&] { return cb = sizeof(szText), key.QueryString("Dword", szText, cb); },
-         ERROR_INVALID_DATA, [&] { return cb == 4; }},
-        {"DWORD of a string", [&] { return key.QueryDword("Text", dwValue); }, ERROR_INVALID_DATA,
-         [&] { return memcmp(&dwValue, "ab", 3) == 0; }},
-        {"multi-string of a string",
-         [&] { return cb = sizeof(szText), key.QueryMultiString("Text", szText, cb); }, ERROR_INVALID_DATA,
-         nullptr},
-        {"missing value", [&] { return key.QueryDword("Missing", dwValue); }, ERROR_FILE_NOT_FOUND, nullptr},
-        {"string too long for the buffer", [&] { return cb = 3, key.QueryString("Expand", szText, cb); },
-         ERROR_MORE_DATA, nullptr},
-        {"DWORD", [&] { return key.QueryDword("Dword", dwValue); }, ERROR_SUCCESS,
-         [&] { return dwValue == 5; }},
-        {"string size only", [&] { return cb = 0, key.QueryString("Text", nullptr, cb); }, ERROR_SUCCESS,
-         [&] { return cb == 3; }},
-        {"expandable string, unexpanded",
-         [&] { return cb = sizeof(szText), key.QueryString("Expand", szText, cb); }, ERROR_SUCCESS,
-         [&] { return strcmp(szText, "%TEMP%") == 0 && cb == 7; }},
-    };
-    for (const auto& c : cases)
-    {
-        EXPECT_EQ(c.lError == ERROR_SUCCESS, c.read()) << c.szCase;
-        EXPECT_EQ(c.lError, key.LastError()) << c.szCase;
-        EXPECT_TRUE(!c.after || c.after()) << c.szCase;
-    }
-}
+#include <map>
 
 TEST_F(RegKeyTest, MultiStringRoundTripsAndBufferChecks)
 {
@@ -85,34 +44,48 @@ TEST_F(RegKeyTest, MultiStringRoundTripsAndBufferChecks)
     EXPECT_EQ('Z', szBuffer[0]);
 }
 
-TEST_F(RegKeyTest, WritesReadsAndDeletesValues)
+TEST_F(RegKeyTest, EnumeratesMixedValueTypes)
 {
-    CCRegKey key(m_strFull.c_str(), KEY_READ | KEY_WRITE);
-    ASSERT_TRUE(key.SetString("S", "text"));
-    const ULONGLONG qwIn = 0x0123456789ABCDEFull;
-    ASSERT_TRUE(key.SetValue("Q", REG_QWORD, &qwIn, sizeof(qwIn)));
-    const GUID guid = {0x4590F811, 0x1D3A, 0x11D0, {0x89, 0x1F, 0x00, 0xAA, 0x00, 0x4B, 0x2E, 0x24}};
-    ASSERT_TRUE(key.SetGuid("Id", guid));
-    EXPECT_FALSE(key.IsOpen());
-    DWORD dwType = 0;
-    std::string strRaw;
-    ASSERT_TRUE(RawQuery("S", &dwType, &strRaw));
-    EXPECT_EQ(static_cast<DWORD>(REG_SZ), dwType);
-    EXPECT_EQ(std::string("text", 5), strRaw);
-    ASSERT_TRUE(RawQuery("Id", nullptr, &strRaw));
-    EXPECT_EQ(std::string("{4590F811-1D3A-11D0-891F-00AA004B2E24}", 39), strRaw);
-    ULONGLONG qwOut = 0;
-    EXPECT_TRUE(key.QueryQword("Q", qwOut));
-    EXPECT_EQ(qwIn, qwOut);
-    GUID read = {};
-    ASSERT_TRUE(key.QueryGuid("Id", read));
-    EXPECT_TRUE(IsEqualGUID(guid, read));
-    m_key.SetString("NoBrace", "4590F811-1D3A-11D0-891F-00AA004B2E24");
-    EXPECT_FALSE(key.QueryGuid("NoBrace", read));
-    EXPECT_EQ(ERROR_INVALID_DATA, key.LastError());
+    m_key.SetDword("aDword", 0x11223344);
+    m_key.SetString("bString", "hello");
+    m_key.SetString("cExpand", "%PATH%", REG_EXPAND_SZ);
+    m_key.SetBinary("dBinary", std::string("\x00\xFF\x10", 3));
+    m_key.SetString("eMulti", std::string("x\0yz\0", 5), REG_MULTI_SZ);
+    CCRegKey key(m_strFull.c_str(), KEY_READ);
 
-    EXPECT_TRUE(key.DeleteValue("S"));
-    EXPECT_FALSE(RawQuery("S", nullptr, nullptr));
-    EXPECT_FALSE(key.DeleteValue("S"));
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, key.LastError());
+    std::map<std::string, RegValue> values;
+    RegValue value;
+    for (DWORD dwIndex = 0; key.EnumValue(dwIndex, value); ++dwIndex)
+    {
+        ASSERT_NE(nullptr, value.szName);
+        EXPECT_EQ(strlen(value.szName) + 1, value.dwNameSize);
+        values[value.szName] = value;
+    }
+    EXPECT_EQ(ERROR_NO_MORE_ITEMS, key.LastError());
+    EXPECT_FALSE(key.IsOpen());
+    ASSERT_EQ(5u, values.size());
+
+    // Type, size and bytes of each; the string reader only for REG_SZ.
+    const struct
+    {
+        const char* szName;
+        DWORD dwType;
+        std::string strData;
+    } expected[] = {{"aDword", REG_DWORD, std::string("\x44\x33\x22\x11", 4)},
+                    {"bString", REG_SZ, std::string("hello", 6)},
+                    {"cExpand", REG_EXPAND_SZ, std::string("%PATH%", 7)},
+                    {"dBinary", REG_BINARY, std::string("\x00\xFF\x10", 3)},
+                    {"eMulti", REG_MULTI_SZ, std::string("x\0yz\0\0", 6)}};
+    for (const auto& e : expected)
+    {
+        const RegValue& found = values[e.szName];
+        EXPECT_EQ(e.dwType, found.dwType) << e.szName;
+        EXPECT_EQ(e.strData, std::string(reinterpret_cast<const char*>(found.pData), found.dwDataSize))
+            << e.szName;
+        EXPECT_EQ(e.dwType == REG_SZ, found.GetString() != nullptr) << e.szName;
+    }
+    // A copy holds its own bytes.
+    const RegValue copy(values["bString"]);
+    EXPECT_STREQ("hello", copy.GetString());
+    EXPECT_NE(values["bString"].pData, copy.pData);
 }

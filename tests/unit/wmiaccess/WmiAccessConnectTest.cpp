@@ -1,4 +1,4 @@
-// Connection, attach and assignment of CCWMIAccess against a WMI that is only read.
+// Connection of CCWMIAccess against a WMI that is only read.
 #include "WmiAccessTestSupport.h"
 
 // The same namespace again, in any case, keeps the first connection; another one replaces it.
@@ -55,46 +55,4 @@ TEST_F(ReadOnlyAccessTest, CredentialConnectTracesThePasswordAndItsOwnFormat)
     char szExpected[32];
     sprintf(szExpected, "hr: 0x%X", static_cast<unsigned>(hr));
     EXPECT_EQ(szExpected, failures[0].strMessage);
-}
-
-TEST_F(ReadOnlyAccessTest, AttachedConnectionIsNotConnectedByName)
-{
-    CCWMIAccess oFirst;
-    ASSERT_EQ(S_OK, oFirst.ConnectToNamespace(kReadNamespace));
-    IWbemServices* pServices = oFirst;
-    pServices->AddRef(); // the reference AttachNamespace takes over
-
-    CCWMIAccess oSecond;
-    EXPECT_EQ(static_cast<HRESULT>(0x80041008), oSecond.AttachNamespace(nullptr));
-    EXPECT_EQ(1u, Records("AttachNamespace", "Internal", "Invalid namespace pointer specified").size());
-    ASSERT_EQ(S_OK, oSecond.AttachNamespace(pServices));
-    EXPECT_FALSE(oSecond.AlreadyConnectedToNamespace(kReadNamespace));
-    EXPECT_FALSE(oSecond.AlreadyConnectedToNamespace(""));
-    EXPECT_EQ(S_OK, oSecond.GetObject(kReadClass));
-    // Connecting by name replaces the attached connection.
-    EXPECT_EQ(S_OK, oSecond.ConnectToNamespace(kReadNamespace));
-    EXPECT_NE(pServices, static_cast<IWbemServices*>(oSecond));
-}
-
-// Assigning an object shares its connection and name, a bare pointer only the connection;
-// what the other object does not hold (current instance, enumerator) is kept.
-TEST_F(ReadOnlyAccessTest, AssignmentSharesTheConnectionAndKeepsWhatTheOtherLacks)
-{
-    CCWMIAccess oTarget;
-    ASSERT_EQ(S_OK, oTarget.ConnectToNamespace(kReadNamespace));
-    ASSERT_EQ(S_OK, oTarget.GetClassInstances(kReadClass));
-    const std::string strFirst = CurrentKey(oTarget, kReadKey);
-
-    CCWMIAccess oSource;
-    ASSERT_EQ(S_OK, oSource.ConnectToNamespace("root\\default"));
-    oTarget = oSource;
-    EXPECT_EQ(static_cast<IWbemServices*>(oSource), static_cast<IWbemServices*>(oTarget));
-    EXPECT_TRUE(oTarget.AlreadyConnectedToNamespace("root\\default"));
-    EXPECT_EQ(strFirst, CurrentKey(oTarget, kReadKey));
-    EXPECT_TRUE(SUCCEEDED(oTarget.GetNextWMIInstanceInEnumerator()));
-
-    CCWMIAccess oByPointer;
-    oByPointer = static_cast<IWbemServices*>(oSource);
-    EXPECT_EQ(static_cast<IWbemServices*>(oSource), static_cast<IWbemServices*>(oByPointer));
-    EXPECT_FALSE(oByPointer.AlreadyConnectedToNamespace("root\\default"));
 }

@@ -1,29 +1,5 @@
-// Writes of CCWMIAccess into the emulator's repository: instances, properties, qualifiers.
+// Qualifier writes of CCWMIAccess against the emulator's repository.
 #include "WmiAccessTestSupport.h"
-
-TEST_F(EmuAccessTest, InstancesAreWrittenOnlyByTheirPut)
-{
-    CCWMIAccess oAccess;
-    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
-    ASSERT_EQ(S_OK, oAccess.NewInstance("Win32_Service"));
-    CTestVariant v;
-    ASSERT_EQ(S_OK, oAccess.SetProperty("Name", Text(&v, L"Delta")));
-    ASSERT_EQ(S_OK, oAccess.SetProperty("State", Text(&v, L"Paused")));
-    EXPECT_EQ(std::string::npos, Repository().find("\"Delta\""));
-    ASSERT_EQ(S_OK, oAccess.PutInstance());
-    EXPECT_NE(std::string::npos, Repository().find("value Name = \"Delta\""));
-    // PutWMIInstanceProperty writes the changed instance back at once.
-    ASSERT_EQ(S_OK, oAccess.GetObject("Win32_Service.Name=\"Beta\""));
-    ASSERT_EQ(S_OK, oAccess.PutWMIInstanceProperty("State", Text(&v, L"Paused")));
-
-    CCWMIAccess oReader;
-    ASSERT_EQ(S_OK, oReader.ConnectToNamespace("root\\cimv2"));
-    ASSERT_EQ(S_OK, oReader.ExecuteQuery("SELECT * FROM Win32_Service WHERE State = 'Paused'"));
-    EXPECT_EQ("Beta", CurrentKey(oReader, "Name"));
-    ASSERT_EQ(S_OK, oReader.GetNextWMIInstanceInEnumerator());
-    EXPECT_EQ("Delta", CurrentKey(oReader, "Name"));
-    EXPECT_EQ(static_cast<HRESULT>(0x80041009), oReader.GetNextWMIInstanceInEnumerator());
-}
 
 TEST_F(EmuAccessTest, QualifiersOfMissingClassOrPropertyFailAndWriteNothing)
 {
