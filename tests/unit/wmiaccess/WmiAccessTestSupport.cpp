@@ -29,14 +29,6 @@ void WmiAccessTest::TearDown()
         CoUninitialize();
 }
 
-std::string WmiAccessTest::CurrentKey(CCWMIAccess& oAccess, const char* szKey)
-{
-    CTestVariant v;
-    if (FAILED(oAccess.GetProperty(szKey, &v)))
-        return "<no current instance>";
-    return v.Str();
-}
-
 #ifdef WMIACC_EMU
 namespace
 {

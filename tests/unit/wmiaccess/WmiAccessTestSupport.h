@@ -53,8 +53,6 @@ protected:
     {
         return testkit::TraceRecords(m_strTrace, "CCWMIAccess::" + strMethod, strCategory, strText);
     }
-    // The key property of the current instance.
-    std::string CurrentKey(CCWMIAccess& oAccess, const char* szKey);
 
     testkit::CScratchDir m_dir;
     std::string m_strTrace = m_dir.File("wmiaccess.trc");
