@@ -51,10 +51,10 @@ world_ready() {
     mkdir -p "$jobdir"
     world_build
     local stamp
-    stamp=$(md5sum <"$build/tests/wmiemu/wmiemu.reg")
+    stamp=$(md5sum <"$build/wmiemu/wmiemu.reg")
     if [ "$(cat "$prefix/.mainjob-ready" 2>/dev/null)" != "$stamp" ]; then
         progress "preparing the Wine prefix $prefix (first run, about half a minute)"
-        "$root/tests/harness/wineprefix.sh" setup "$prefix" "$build/tests/wmiemu/wmiemu.reg" >/dev/null
+        "$root/tests/harness/wineprefix.sh" setup "$prefix" "$build/wmiemu/wmiemu.reg" >/dev/null
         "$root/tests/harness/wineprefix.sh" cleanup "$prefix"
         echo "$stamp" >"$prefix/.mainjob-ready"
     fi
