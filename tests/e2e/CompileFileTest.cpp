@@ -96,6 +96,13 @@ TEST_F(CompileFile, VersionDecidesWhetherTheFileIsCompiled)
         // 1.10 reads as 1.1, which is older than 1.9.
         {"versions compare as numbers", AgentMof(Version("1.10")), AgentMof(Version("1.9")), false,
          "ret=class definition exists in WMI, but version is older", true},
+        {"installed version without a number", AgentMof(Version("beta")),
+         FORCE_UPDATE + AgentMof(Version("1.0"), kOwner), false,
+         "ret=class definition exists in WMI, but version is older", true},
+        {"class read denied", AgentMof(Version("1.0")), FORCE_UPDATE + AgentMof(Version("1.1"), kOwner),
+         false, "ret=class definition does not exist in WMI", true,
+         "GetObject failed, class might not exist!", "Info hr=0x80041003 '",
+         "GetObject 0x80041003 class=Tvs_Agent"},
         {"installed without version", AgentMof(""), FORCE_UPDATE + AgentMof(Version("1.0"), kOwner), false,
          "ret=-3, qualifier 'version' not found", true, "GetQualifier failed!", "Error "},
         {"equal", AgentMof(Version("2.0")), AgentMof(Version("2"), kOwner), false,
