@@ -82,9 +82,10 @@ TEST_F(CompileFile, VersionDecidesWhetherTheFileIsCompiled)
     const std::vector<std::string> parseError = {"compile_status_info.lPhaseError = 2\n",
                                                  "compile_status_info.ObjectNum = 4\n",
                                                  "compile_status_info.FirstLine = 11\n"};
-    const std::vector<std::string> storeError = {"compile_status_info.lPhaseError = 3\n",
-                                                 "compile_status_info.hRes = 80041026 '",
-                                                 "compile_status_info.ObjectNum = 2\n"};
+    const std::vector<std::string> storeError = {
+        "compile_status_info.lPhaseError = 3\n", "compile_status_info.hRes = 80041026 '",
+        "compile_status_info.ObjectNum = 2\n",
+        "compile_status_info.FirstLine = 4\ncompile_status_info.LastLine = 10"};
     const Case cases[] = {
         {"missing namespace", "", AgentMof("[Version(\"1.0\"), Description(\"agent\")]", kOwner), false,
          "ret=namespace does not exist", true, "ConnectToNamespace failed, namespace does not exist",
