@@ -193,8 +193,6 @@ TEST_F(DeleteIni, RecordsFollowTheKeysInFileOrder)
     // A namespace that is not there does not stop the next one.
     m_world.Seed(Ns("root\\X"));
     const auto ns = Run("[DeleteNamespace]\nA=root\\Missing\nB=root\\X\n", false);
-    EXPECT_EQ(0u, e2e::Only(ns, "CWmiWork::NamespaceDelete", "Internal", "ConnectToNamespace failed!", true)
-                      .rfind("Error hr=0x8004100E '", 0));
     EXPECT_EQ("Warning ns='root\\Missing'", e2e::Only(ns, "CDelFromWmi::RemoveNamespaces", "Internal",
                                                       "CWmiWork::NamespaceDelete failed", true));
     EXPECT_EQ(strAfter, m_world.Dump("root"));
