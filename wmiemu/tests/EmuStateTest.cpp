@@ -38,23 +38,6 @@ TEST_F(EmuTest, ToolSeedsDumpsAndResetsTheRepository)
     EXPECT_EQ(2, RunTool(L"frobnicate"));
 }
 
-TEST_F(EmuTest, ChangesSurviveInTheFileAndReachOtherProcesses)
-{
-    CompileOk("class Survivor { [key] string K; }; instance of Survivor { K = \"v\"; };");
-    std::string dump;
-    ASSERT_EQ(0, RunTool(L"dump", &dump));
-    EXPECT_NE(std::string::npos, dump.find("instance root\\default Survivor\n  value K = \"v\"\n"));
-    // Another process changes the file; this process sees it on its next call.
-    std::wstring mof = m_dir + L"more.mof";
-    {
-        std::ofstream f(mof.c_str(), std::ios::binary);
-        f << "instance of Survivor { K = \"w\"; };\n";
-    }
-    ASSERT_EQ(0, RunTool(L"seed \"" + mof + L"\""));
-    CComPtrT<IWbemClassObject> obj;
-    EXPECT_EQ(WBEM_S_NO_ERROR, GetObj(Ns().Get(), L"Survivor.K=\"w\"", obj));
-}
-
 TEST_F(EmuTest, ToolReportsParseErrorsWithoutStoring)
 {
     std::wstring mof = m_dir + L"bad.mof";
