@@ -83,6 +83,24 @@ run_and_report() {
     echo
     echo "== Trace: $jobdir/trace.txt (UTF-8 copy of $run/Tarvos.trc)"
     grep -P '\t(Error|Warning)\t' "$jobdir/trace.txt" | cut -f4- | sed 's/^/  /' || true
+    ini_outcomes "$@"
+}
+
+# For /DD /INI= and /SQ /INI=: what became of each entry of the INI file.
+ini_outcomes() {
+    local a job=''
+    [ -n "$ini_file" ] && [ -f "$ini_file" ] || return 0
+    for a in "$@"; do
+        case "${a,,}" in /dd | /sq) job=${a^^} ;; esac
+    done
+    [ -n "$job" ] || return 0
+    echo
+    echo "== INI entries ($job /INI=$ini_file)"
+    if [ "$job" = /DD ]; then
+        dd_ini_report "$ini_file" "$jobdir/trace.txt" "$jobdir/before.txt" "$jobdir/after.txt"
+    else
+        sq_ini_report "$ini_file" "$jobdir/trace.txt" "$jobdir/before.txt" "$jobdir/after.txt"
+    fi
 }
 
 # Objects of a dump as one line each (header and body), sorted.
@@ -94,6 +112,11 @@ dump_objects() {
         END { if (o != "") print o }' | sort
 }
 
+# The error and warning records of the trace as it is now, indented.
+trace_problems() {
+    trace_text | grep -P '\t(Error|Warning)\t' | cut -f4- | sed 's/^/  /' || true
+}
+
 undo_check() {
     local mof
     mof=$(windows_path "$1")
@@ -103,8 +126,26 @@ undo_check() {
     run_tarvos /CF "/MOF=$mof"
     echo "Exit code: $code ($(exit_text "$code"))"
     tool dump >"$jobdir/installed.txt"
+    if [ "$code" != 0 ]; then
+        echo
+        echo "Undo check: not possible, /CF ended with $code ($(exit_text "$code")):"
+        trace_problems
+        result=3
+        return
+    fi
+    changed_objects "$jobdir/start.txt" "$jobdir/installed.txt" >"$jobdir/installed.obj"
+    if [ ! -s "$jobdir/installed.obj" ]; then
+        echo
+        echo "Undo check: nothing installed, /CF changed nothing (the class is already at that version)."
+        echo "Start from a fresh repository or from one with an older version (--seed, --repository)."
+        result=3
+        return
+    fi
+    read_as_tarvos "$1" "$jobdir/installed.obj"
+    differences "$jobdir/installed.obj" >"$jobdir/differences.txt"
     echo "== Tarvos.exe /DD /MOF=$mof"
     run_tarvos /DD "/MOF=$mof"
+    local dd=$code
     echo "Exit code: $code ($(exit_text "$code"))"
     tool dump >"$jobdir/end.txt"
     autorecover_list >"$jobdir/autorecover-end.txt"
@@ -118,17 +159,29 @@ undo_check() {
     left=$(comm -13 "$jobdir/start.obj" "$jobdir/end.obj" | cut -d$'\x1f' -f1)
     lost=$(comm -23 "$jobdir/start.obj" "$jobdir/end.obj" | cut -d$'\x1f' -f1)
     echo
-    if [ -z "$left$lost" ] && cmp -s "$jobdir/autorecover-start.txt" "$jobdir/autorecover-end.txt"; then
+    if [ "$dd" = 0 ] && [ -z "$left$lost" ] &&
+        cmp -s "$jobdir/autorecover-start.txt" "$jobdir/autorecover-end.txt"; then
         echo "Undo check: clean, the repository is back where it started."
         result=0
         return
     fi
     echo "Undo check: NOT clean."
-    [ -z "$left" ] || { echo "Left over (or changed):"; echo "$left" | sed 's/^/  /'; }
+    if [ "$dd" != 0 ]; then
+        echo "/DD /MOF= ended with $dd ($(exit_text "$dd")):"
+        grep -P '\t(Error|Warning)\t' "$jobdir/trace.txt" | cut -f4- | sed 's/^/  /' || true
+    fi
+    if [ -n "$left" ]; then
+        echo "Left over (or changed):"
+        # Each object with the reason Tarvos's reading gives for it.
+        awk -F'\t' 'FNR == NR { r[tolower($1)] = $2; next }
+            { print "  " $0 (tolower($0) in r ? "   <- " r[tolower($0)] : "") }' \
+            "$jobdir/differences.txt" - <<<"$left"
+    fi
     [ -z "$lost" ] || { echo "Lost (or changed):"; echo "$lost" | sed 's/^/  /'; }
     if ! cmp -s "$jobdir/autorecover-start.txt" "$jobdir/autorecover-end.txt"; then
         echo "Autorecover list:"
         diff --label start --label end "$jobdir/autorecover-start.txt" "$jobdir/autorecover-end.txt" | sed 's/^/  /' || true
     fi
+    grep -v -P '^(class|instance|namespace) ' "$jobdir/differences.txt" | sed 's/\t/: /;s/^/  Note: /' || true
     result=1
 }
