@@ -99,22 +99,22 @@ std::string CompilerNamespace(const std::string& strLine)
     return NamespaceWithoutMachine(strText);
 }
 
-// Why the word "class" at nPos is no declaration to the compiler: inside a string of its
+// Why the keyword szWord at nPos is no declaration to the compiler: inside a string of its
 // line or inside a block comment; empty when neither.
-std::string WordInTextNote(const std::string& strContent, int nPos)
+std::string WordInTextNote(const std::string& strContent, int nPos, const char* szWord)
 {
     const size_t nOpen = strContent.rfind("/*", nPos);
     if (nOpen != std::string::npos)
     {
         const size_t nClose = strContent.find("*/", nOpen);
         if (nClose == std::string::npos || nClose > static_cast<size_t>(nPos))
-            return "the word class inside a comment";
+            return std::string("the word ") + szWord + " inside a comment";
     }
     const size_t nLineStart = strContent.find_last_of("\n", nPos);
     int nQuotes = 0;
     for (size_t n = nLineStart == std::string::npos ? 0 : nLineStart + 1; n < static_cast<size_t>(nPos); ++n)
         nQuotes += strContent[n] == '"';
-    return nQuotes % 2 == 1 ? "the word class inside a string" : "";
+    return nQuotes % 2 == 1 ? std::string("the word ") + szWord + " inside a string" : std::string();
 }
 
 bool Exists(const std::string& strNamespace, const std::string& strPath, std::string* pstrRelPath)
@@ -205,7 +205,8 @@ void Report(CMofParse& mp, const char* szFile)
     }
     for (const MofEntry& mofClass : mp.Classes())
     {
-        std::string strNamespace, strNote = WordInTextNote(mp.Content(), mofClass.Pos), strState = "missing";
+        std::string strNamespace, strNote = WordInTextNote(mp.Content(), mofClass.Pos, "class"),
+                                  strState = "missing";
         mp.NamespaceForPosition(mofClass.Pos, strNamespace);
         strNamespace = NamespaceWithoutMachine(strNamespace);
         if (std::string("__").compare(mofClass.Name) <= 0)
@@ -220,14 +221,17 @@ void Report(CMofParse& mp, const char* szFile)
     WmiAliasMap aliasMap;
     for (const MofInstance& instance : mp.Instances())
     {
-        std::string strNamespace, strPath, strRelPath, strNote = placeNote(instance.Pos);
+        std::string strNamespace, strPath, strRelPath,
+            strNote = WordInTextNote(mp.Content(), instance.Pos, "instance");
+        if (strNote.empty())
+            strNote = placeNote(instance.Pos);
         mp.NamespaceForPosition(instance.Pos, strNamespace);
         strNamespace = NamespaceWithoutMachine(strNamespace);
         WmiPropList props;
         HRESULT hr = S_OK;
         if (Lower(instance.ClassName) == "__namespace")
             strNote = "a namespace, which /DD /MOF= never deletes";
-        else if (strNamespace.empty())
+        else if (strNamespace.empty() || strNote.find("the word") == 0)
             ;
         else if (FAILED(hr = CWmiWork::PropNamesAndTypesGet(("\\\\.\\" + strNamespace).c_str(),
                                                             instance.ClassName.c_str(), props)))

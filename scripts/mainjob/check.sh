@@ -3,7 +3,7 @@
 
 # Headers of the objects that are new or changed from dump $1 to dump $2, one a line.
 changed_objects() {
-    comm -13 <(dump_objects "$1") <(dump_objects "$2") | cut -d$'\x1f' -f1
+    comm -13 <(dump_objects "$1") <(dump_objects "$2") | cut -d$'\x1f' -f1 | sed 's/ : .*//'
 }
 
 # Runs mofcheck on $1 against the repository as it is; the compiled instances of the classes
@@ -43,6 +43,10 @@ differences() {
             ok[lc($3) "\t" lc($6)] = ($6 != "")
             why = $7 != "" ? $7 : "/DD /MOF= builds " $5 " in " ($3 == "" ? "no namespace" : $3) " (line " $2 ")"
             if ($7 ~ /neither a value/) print "line " $2, "instance of " $4 ": " $7
+            if ($7 ~ /the word instance inside/) {
+                print "line " $2, "Tarvos reads an instance" ($4 != "" ? " of " $4 : "") " that the compiler does not create: " $7
+                overrun = " (the scan of the instance Tarvos reads at line " $2 " may have run over it)"
+            }
             k = lc($4)
             if (index(iwhy[k], why) == 0) iwhy[k] = iwhy[k] (iwhy[k] != "" ? "; " : "") why
         }
@@ -56,7 +60,7 @@ differences() {
                 split(comp[i], c, "\t")
                 if (ok[lc(comp[i])]) continue
                 cls = c[2]; sub(/[.=].*/, "", cls)
-                print "instance " c[1] " " cls, c[2] ": " (iwhy[lc(cls)] != "" ? iwhy[lc(cls)] : "Tarvos does not see this instance declaration")
+                print "instance " c[1] " " cls, c[2] ": " (iwhy[lc(cls)] != "" ? iwhy[lc(cls)] : "Tarvos does not see this instance declaration" overrun)
             }
         }' "$1" "$jobdir/reading.txt" | sort -u
 }
@@ -82,9 +86,9 @@ check_mof() {
     fi
     tool dump >"$jobdir/compiled.txt"
     changed_objects "$jobdir/start.txt" "$jobdir/compiled.txt" >"$jobdir/compiled.obj"
-    grep -v '^instance ' "$jobdir/compiled.obj" | sed 's/^/  /'
+    grep -v '^instance ' "$jobdir/compiled.obj" | sed 's/^/  /' || true
     read_as_tarvos "$1" "$jobdir/compiled.obj"
-    grep -P '^compiled\t' "$jobdir/reading.txt" | cut -f2- | sed 's/\t/ /;s/^/  instance /'
+    grep -P '^compiled\t' "$jobdir/reading.txt" | cut -f2- | sed 's/\t/ /;s/^/  instance /' || true
     echo
     echo "== Tarvos's reading"
     show_reading

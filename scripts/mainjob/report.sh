@@ -82,7 +82,7 @@ run_and_report() {
     fi
     echo
     echo "== Trace: $jobdir/trace.txt (UTF-8 copy of $run/Tarvos.trc)"
-    grep -P '\t(Error|Warning)\t' "$jobdir/trace.txt" | cut -f4- | sed 's/^/  /' || true
+    trace_problems <"$jobdir/trace.txt"
     ini_outcomes "$@"
 }
 
@@ -112,9 +112,23 @@ dump_objects() {
         END { if (o != "") print o }' | sort
 }
 
-# The error and warning records of the trace as it is now, indented.
+# The error and warning records of a trace text (stdin), a record's further lines joined to it.
 trace_problems() {
-    trace_text | grep -P '\t(Error|Warning)\t' | cut -f4- | sed 's/^/  /' || true
+    awk '/^[0-9][0-9]\.[0-9][0-9]\.[0-9]/ { if (r != "") print r; r = $0; next } { r = r " | " $0 }
+        END { if (r != "") print r }' | grep -P '\t(Error|Warning)\t' | cut -f4- | sed 's/^/  /' || true
+}
+
+# What to do about a /CF that failed, read from its trace (stdin).
+cf_hint() {
+    local t
+    t=$(cat)
+    if grep -q 'lPhaseError = 3' <<<"$t" && grep -q 'hRes = 80041002' <<<"$t"; then
+        echo "The compiler could not store an object because something it names is missing (a base class,"
+        echo "a schema, a namespace): start from a repository that has it (--seed, --seed-into, --repository)."
+    elif grep -q "Exception caught.*0x80070057" <<<"$t"; then
+        echo "Tarvos's scanner stopped on the file (a #pragma with no namespace pragma after it, or"
+        echo "\"class X :\" with no { after it): see --check."
+    fi
 }
 
 undo_check() {
@@ -129,7 +143,8 @@ undo_check() {
     if [ "$code" != 0 ]; then
         echo
         echo "Undo check: not possible, /CF ended with $code ($(exit_text "$code")):"
-        trace_problems
+        trace_text | trace_problems
+        trace_text | cf_hint
         result=3
         return
     fi
@@ -156,8 +171,8 @@ undo_check() {
     dump_objects "$jobdir/start.txt" >"$jobdir/start.obj"
     dump_objects "$jobdir/end.txt" >"$jobdir/end.obj"
     local left lost
-    left=$(comm -13 "$jobdir/start.obj" "$jobdir/end.obj" | cut -d$'\x1f' -f1)
-    lost=$(comm -23 "$jobdir/start.obj" "$jobdir/end.obj" | cut -d$'\x1f' -f1)
+    left=$(comm -13 "$jobdir/start.obj" "$jobdir/end.obj" | cut -d$'\x1f' -f1 | sed 's/ : .*//')
+    lost=$(comm -23 "$jobdir/start.obj" "$jobdir/end.obj" | cut -d$'\x1f' -f1 | sed 's/ : .*//')
     echo
     if [ "$dd" = 0 ] && [ -z "$left$lost" ] &&
         cmp -s "$jobdir/autorecover-start.txt" "$jobdir/autorecover-end.txt"; then
@@ -168,7 +183,7 @@ undo_check() {
     echo "Undo check: NOT clean."
     if [ "$dd" != 0 ]; then
         echo "/DD /MOF= ended with $dd ($(exit_text "$dd")):"
-        grep -P '\t(Error|Warning)\t' "$jobdir/trace.txt" | cut -f4- | sed 's/^/  /' || true
+        trace_problems <"$jobdir/trace.txt"
     fi
     if [ -n "$left" ]; then
         echo "Left over (or changed):"
