@@ -197,6 +197,9 @@ undo_check() {
         echo "Autorecover list:"
         diff --label start --label end "$jobdir/autorecover-start.txt" "$jobdir/autorecover-end.txt" | sed 's/^/  /' || true
     fi
-    grep -v -P '^(class|instance|namespace) ' "$jobdir/differences.txt" | sed 's/\t/: /;s/^/  Note: /' || true
+    if grep -q -v -P '^(class|instance|namespace) ' "$jobdir/differences.txt"; then
+        echo "Also in Tarvos's reading (see --check):"
+        grep -v -P '^(class|instance|namespace) ' "$jobdir/differences.txt" | sed 's/\t/: /;s/^/  /'
+    fi
     result=1
 }
