@@ -9,11 +9,11 @@ TEST_F(EmuTest, ToolSeedsDumpsAndResetsTheRepository)
     std::wstring mof = m_dir + L"seed.mof";
     {
         std::ofstream f(mof.c_str(), std::ios::binary);
-        f << "#pragma namespace(\"\\\\\\\\.\\\\root\\\\cimv2\")\n"
-             "[Version(\"1.0.3\")] class Seeded { [key] string Id; uint32 N = 2; };\n"
+        f << "[Version(\"1.0.3\")] class Seeded { [key] string Id; uint32 N = 2; };\n"
              "instance of Seeded { Id = \"one\"; };\n";
     }
-    ASSERT_EQ(0, RunTool(L"seed \"" + mof + L"\""));
+    EXPECT_EQ(2, RunTool(L"seed -N:cimv2 \"" + mof + L"\"")); // not a path from root
+    ASSERT_EQ(0, RunTool(L"seed -N:\\\\.\\root\\cimv2 \"" + mof + L"\""));
     CComPtrT<IWbemClassObject> obj;
     ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(Ns(L"root\\cimv2").Get(), L"Seeded.Id=\"one\"", obj));
 

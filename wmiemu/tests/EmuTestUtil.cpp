@@ -89,7 +89,8 @@ CComPtrT<IWbemServices>& EmuTest::Ns(const wchar_t* wszNs)
     return *p;
 }
 
-HRESULT EmuTest::Compile(const std::string& mof, WBEM_COMPILE_STATUS_INFO* pInfo, const wchar_t* wszName)
+HRESULT EmuTest::Compile(const std::string& mof, WBEM_COMPILE_STATUS_INFO* pInfo, const wchar_t* wszName,
+                         const wchar_t* wszNs)
 {
     std::wstring path = m_dir + wszName;
     {
@@ -102,7 +103,8 @@ HRESULT EmuTest::Compile(const std::string& mof, WBEM_COMPILE_STATUS_INFO* pInfo
     if (FAILED(hr))
         return hr;
     WBEM_COMPILE_STATUS_INFO info = {};
-    hr = comp->CompileFile(&path[0], nullptr, nullptr, nullptr, nullptr, 0, 0, 0, &info);
+    std::wstring ns = wszNs ? wszNs : L"";
+    hr = comp->CompileFile(&path[0], wszNs ? &ns[0] : nullptr, nullptr, nullptr, nullptr, 0, 0, 0, &info);
     if (pInfo)
         *pInfo = info;
     return hr;

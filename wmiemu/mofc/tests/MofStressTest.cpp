@@ -53,11 +53,9 @@ long long ParseChecked(const std::wstring& wszText)
     auto tEnd = std::chrono::steady_clock::now();
     if (res.ok)
     {
-        EXPECT_EQ(res.phase, 0);
     }
     else
     {
-        EXPECT_EQ(res.phase, 2);
         EXPECT_EQ((unsigned long)res.hr & 0xFFFFF000ul, 0x80044000ul) << Describe(res);
         EXPECT_TRUE(res.decls.empty());
         EXPECT_GE(res.lastLine, res.firstLine);
@@ -182,7 +180,6 @@ TEST(MofStress, MutatedCorpusFilesAlwaysReturn)
         mofc::CompileResult res = mofc::ParseFile(dir.Write(L"m.mof", str));
         if (!res.ok)
         {
-            EXPECT_EQ(res.phase, 2);
             EXPECT_TRUE(res.decls.empty());
         }
     }
