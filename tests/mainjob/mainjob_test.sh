@@ -76,6 +76,8 @@ undo_verdicts)
     printf '#pragma namespace("\\\\\\\\.\\\\root\\\\cimv2")\n[Version("1.0")]\nclass Win32_ProcessEx : CIM_Process\n{\n};\n' | mof nobase.mof
     expect "/CF fails" 3 "Undo check: not possible, /CF ended with 17" -- --undo-check nobase.mof
     grep -qP "Error\t" <<<"$out" || { echo "FAILED: no error record"; failures=$((failures + 1)); }
+    printf 'class CIM_Process\n{\n  [key] string Handle;\n};\n' | mof base.mof
+    expect "its base class seeded into root\\cimv2" 0 "Undo check: clean" -- --seed-into 'root\cimv2' base.mof --undo-check nobase.mof
     printf '#pragma namespace("\\\\\\\\.\\\\root\\\\cimv2")\n[Version("1.0")]\nclass Done_Agent\n{\n  [key] string Id;\n};\n' | mof done.mof
     expect "/CF installs nothing" 3 "Undo check: nothing installed" -- --seed done.mof --undo-check done.mof
     printf '#pragma namespace("//./root/cimv2")\n[Version("1.0")]\nclass Slash_Agent\n{\n  [key] string Id;\n};\ninstance of Slash_Agent { Id = "a"; };\n' | mof slash.mof
