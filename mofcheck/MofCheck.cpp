@@ -237,9 +237,9 @@ void Report(CMofParse& mp, const char* szFile)
                                                             instance.ClassName.c_str(), props)))
             strNote =
                 hr == static_cast<HRESULT>(WBEM_E_NOT_FOUND)
-                    ? (strNote.empty() ? "no such class in " + strNamespace + ": /DD /MOF= passes it over"
+                    ? (strNote.empty() ? "no such class in \"" + strNamespace + "\": /DD /MOF= passes it over"
                                        : strNote)
-                    : "Tarvos cannot read the class in " + strNamespace + ": /DD /MOF= ends with 19";
+                    : "Tarvos cannot read the class in \"" + strNamespace + "\": /DD /MOF= ends with 19";
         else if (!CWmiWork::InstancePathCreate(instance, props, aliasMap, strPath))
             strNote = "a key with neither a value nor a default: /DD /MOF= ends with 19";
         else if (strPath.empty())

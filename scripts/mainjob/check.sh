@@ -36,12 +36,12 @@ differences() {
                 next
             }
             if ($5 == "skipped") reason[k] = "/DD /MOF= skips it as a system class (its name starts with __ or a lower-case letter)"
-            else if (lc($3) != lc(cns[k])) reason[k] = "/DD /MOF= looks for it in " ($3 == "" ? "no namespace" : $3) " (line " $2 ")" ($6 != "" ? ": " $6 : "")
+            else if (lc($3) != lc(cns[k])) reason[k] = "/DD /MOF= looks for it in " ($3 == "" ? "no namespace" : "\"" $3 "\"") " (line " $2 ")" ($6 != "" ? ": " $6 : "")
             else if ($5 == "found") reason[k] = ""
         }
         $1 == "instance" {
             ok[lc($3) "\t" lc($6)] = ($6 != "")
-            why = $7 != "" ? $7 : "/DD /MOF= builds " $5 " in " ($3 == "" ? "no namespace" : $3) " (line " $2 ")"
+            why = $7 != "" ? $7 : "/DD /MOF= builds " $5 " in " ($3 == "" ? "no namespace" : "\"" $3 "\"") " (line " $2 ")"
             if ($7 ~ /neither a value/) print "line " $2, "instance of " $4 ": " $7
             if ($7 ~ /the word instance inside/) {
                 print "line " $2, "Tarvos reads an instance" ($4 != "" ? " of " $4 : "") " that the compiler does not create: " $7
@@ -68,11 +68,12 @@ differences() {
 # What --check prints of Tarvos's reading.
 show_reading() {
     awk -F'\t' '
+        function ns(n) { return n == "" ? "(no namespace)" : (n ~ /^[A-Za-z0-9_\\]+$/ ? n : "\"" n "\"") }
         $1 == "stop" { print "  " $2 }
-        $1 == "pragma" { if (!p++) print "Namespace pragmas:"; print "  line " $2 ": " $3 ($3 != $4 ? "   (the compiler reads " $4 ")" : "") }
-        $1 == "version" { v = $2 == "-" ? "/CF finds no versioned class: it compiles without a version check" : "/CF compares class " $3 " version " $4 " in " ($2 == "" ? "no namespace" : $2) }
-        $1 == "class" { if (!c++) print "Classes (/DD /MOF= deletes each in this namespace):"; print "  line " $2 ": " ($3 == "" ? "(no namespace)" : $3) " " $4 "   [" $5 "]" ($6 != "" ? " " $6 : "") }
-        $1 == "instance" { if (!i++) print "Instances (namespace and the object path /DD /MOF= builds):"; print "  line " $2 ": " ($3 == "" ? "(no namespace)" : $3) " " ($5 != "" ? $5 : $4) "   [" ($6 != "" ? "found" : "not found") "]" ($7 != "" ? " " $7 : "") }
+        $1 == "pragma" { if (!p++) print "Namespace pragmas:"; print "  line " $2 ": " ns($3) ($3 != $4 ? "   (the compiler reads " $4 ")" : "") }
+        $1 == "version" { v = $2 == "-" ? "/CF finds no versioned class: it compiles without a version check" : "/CF compares class " $3 " version " $4 " in " ns($2) }
+        $1 == "class" { if (!c++) print "Classes (/DD /MOF= deletes each in this namespace):"; print "  line " $2 ": " ns($3) " " $4 "   [" $5 "]" ($6 != "" ? " " $6 : "") }
+        $1 == "instance" { if (!i++) print "Instances (namespace and the object path /DD /MOF= builds):"; print "  line " $2 ": " ns($3) " " ($5 != "" ? $5 : $4) "   [" ($6 != "" ? "found" : "not found") "]" ($7 != "" ? " " $7 : "") }
         END { if (!p) print "Namespace pragmas: none"; print v }' "$jobdir/reading.txt"
 }
 
