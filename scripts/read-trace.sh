@@ -83,9 +83,11 @@ records | awk -F'\t' -v level="$level" -v codes="$codes" '
         shift = ($5 ~ /\.(exe|dll|EXE|DLL)$/ && NF >= 10) ? 1 : 0
         p = $2; w = $4; cls = field(5); meth = field(6); cat = field(7); text = field(8); msg = field(9)
         for (i = 10 + shift; i <= NF; i++) msg = msg "\t" $i
-        if (meth == "main" && cat == "Enter" && text == "Tarvos called" || meth == "TempServiceProc" && cat == "Enter") {
-            finish(p)
-            start(p)
+        # A run begins with the build record of main (level 4) or its entry record.
+        if (meth == "main" && text == "BUILD INFORMATION") { finish(p); start(p); built[p] = 1; kind[p] = "normal instance"; cmd[p] = "(not in the file)" }
+        else if (meth == "main" && cat == "Enter" && text == "Tarvos called" || meth == "TempServiceProc" && cat == "Enter") {
+            if (!built[p]) { finish(p); start(p) }
+            built[p] = 0
             kind[p] = meth == "main" ? (arg(msg, "bLocalSystem") == "true" ? "LocalSystem instance" : "normal instance") : "service instance (the job of a /system run)"
             cmd[p] = arg(msg, "argv[0]")
             for (i = 1; i <= 3; i++) if ((a = arg(msg, "argv[" i "]")) != "") cmd[p] = cmd[p] " " a
@@ -96,7 +98,7 @@ records | awk -F'\t' -v level="$level" -v codes="$codes" '
         if (meth == "TempServiceProc" && cat == "Leave" && match(msg, /gg_nSvcExitcode=-?[0-9]+/)) code[p] = exitname(substr(msg, RSTART + 16, RLENGTH - 16)) " (handed to the waiting normal instance)"
         if ((w in lv) && lv[w] <= level)
             shown[p] = shown[p] "  " substr($1, 12) " " w "\t" (cls == "<global>" ? "" : cls "::") meth "\t" cat "\t" text (msg != "" ? "\t" msg : "") "\n"
-        if (meth == "main" && cat == "Leave" || meth == "TempServiceProc" && cat == "Leave") finish(p)
+        if (meth == "main" && cat == "Leave" || meth == "TempServiceProc" && cat == "Leave") { finish(p); built[p] = 0 }
     }
     END {
         for (p in open) finish(p)

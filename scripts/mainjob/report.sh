@@ -122,7 +122,8 @@ trace_problems() {
 cf_hint() {
     local t
     t=$(cat)
-    if grep -q 'lPhaseError = 3' <<<"$t" && grep -q 'hRes = 80041002' <<<"$t"; then
+    # Not found, invalid superclass, invalid namespace.
+    if grep -q 'lPhaseError = 3' <<<"$t" && grep -Eiq 'hRes = 8004100(2|d|e) ' <<<"$t"; then
         echo "The compiler could not store an object because something it names is missing (a base class,"
         echo "a schema, a namespace): start from a repository that has it (--seed, --seed-into, --repository)."
     elif grep -q "Exception caught.*0x80070057" <<<"$t"; then

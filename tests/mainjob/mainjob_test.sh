@@ -112,6 +112,7 @@ ini_outcomes)
 read_trace)
     reader=$(dirname "$job")/read-trace.sh
     { printf '\xff\xfe'; printf '%s\r\n' \
+        $'01.02.2026 10:00:00.000\t0100\t0001\tVerbose\t<global>\tmain\tInternal\tBUILD INFORMATION\tNODEBUG' \
         $'01.02.2026 10:00:00.001\t0100\t0001\tInfo\t<global>\tmain\tEnter\tTarvos called\tbLocalSystem=\'false\'' \
         "argv[0]='Tarvos.exe'" "argv[1]='/CF'" "argv[2]='/system'" "argv[3]='null'" 'gg_nInst=1, gg_nSystemInst=0' \
         $'01.02.2026 10:00:00.100\t0200\t0002\tInfo\t<global>\tTempServiceProc\tEnter\tMethod TempServiceProc has been entered.\t' \
@@ -124,6 +125,7 @@ read_trace)
         "CCompMof::Compile	Internal	CompileFile failed" "== Run 2"; do
         grep -qF "$want" <<<"$out" || { echo "FAILED: read-trace lacks: $want"; echo "$out"; failures=$((failures + 1)); }
     done
+    grep -q "== Run 3" <<<"$out" && { echo "FAILED: a run too many"; failures=$((failures + 1)); }
     "$reader" t.trc --level 9 >/dev/null 2>&1 && { echo "FAILED: level 9 taken"; failures=$((failures + 1)); }
     ;;
 corpus)
