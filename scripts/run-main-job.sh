@@ -98,7 +98,7 @@ world_reset "$repository"
 world_registry "$level" autorecover regs
 
 for i in "${!seeds[@]}"; do
-    seed_mof "${seeds[$i]}" "${seed_ns[$i]:-}" || exit 2
+    seed_mof "${seeds[$i]}" "${seed_ns[$i]:-}" || { echo "Tarvos was not run." >&2; exit 2; }
 done
 
 if [ -n "$undo" ]; then

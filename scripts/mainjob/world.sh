@@ -140,7 +140,6 @@ seed_mof() {
         *"cannot store"*) echo "Seed $1 does not compile (phase 3, storing): ${out#*: }" >&2 ;;
         *) echo "Seed $1 does not compile: $out" >&2 ;;
         esac
-        echo "Tarvos was not run." >&2
         return 1
     fi
 }
