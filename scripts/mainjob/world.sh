@@ -40,6 +40,7 @@ world_build() {
     if [ -f "$build/CMakeCache.txt" ]; then
         cmake --build "$build" >"$log" 2>&1 || fail "the build failed; its log: $log"
     else
+        [ -z "${MAINJOB_BUILD:-}" ] || fail "$build is no configured build tree (MAINJOB_BUILD)"
         progress "building Tarvos and the WMI emulator (first run, log: $log)"
         mkdir -p "$build"
         "$root/scripts/build.sh" >"$log" 2>&1 || fail "the build failed; its log: $log"
