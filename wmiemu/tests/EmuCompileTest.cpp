@@ -242,9 +242,9 @@ TEST_F(EmuTest, CompileNamespaceArgumentIsTheDefaultNamespace)
     }
 }
 
-// "#include" and "#pragma include": the file is looked for in the current folder, then beside the file
-// that includes it; one found nowhere stops the compile before anything is stored.
-TEST_F(EmuTest, IncludeDirectiveFindsTheFileInTheDocumentedOrder)
+// "#include" (compiled where it stands) is read as #pragma include: the file is looked for in the current
+// folder, then beside the file that includes it (the README's choice); one found nowhere stops the compile.
+TEST_F(EmuTest, IncludeDirectiveLooksInTheCurrentFolderThenBesideTheFile)
 {
     CreateDirectoryW((m_dir + L"cwd").c_str(), nullptr);
     std::ofstream((m_dir + L"inc.mof").c_str(), std::ios::binary) << "class FromBeside { };\n";

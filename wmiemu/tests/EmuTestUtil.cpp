@@ -1,6 +1,8 @@
 // EmuTestUtil.cpp - the test fixture's helpers.
 #include "EmuTestUtil.h"
 
+#include "EmuStore.h"
+
 #include <fstream>
 
 std::vector<std::wstring> SafeArrayStrings(SAFEARRAY* psa)
@@ -126,12 +128,12 @@ void EmuTest::SetFaults(const std::string& text)
 
 std::wstring EmuTest::Dump()
 {
-    std::ifstream f((m_dir + L"repository.txt").c_str(), std::ios::binary);
-    std::string s((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
-    int n = MultiByteToWideChar(CP_UTF8, 0, s.data(), (int)s.size(), nullptr, 0);
-    std::wstring w(n, L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, s.data(), (int)s.size(), &w[0], n);
-    return w;
+    std::wstring text;
+    wmiemu::Store::Instance().Read([&](const wmiemu::Repository& repo) {
+        text = repo.Serialize();
+        return WBEM_S_NO_ERROR;
+    });
+    return text;
 }
 
 HRESULT EmuTest::GetObj(IWbemServices* pNs, const wchar_t* wszPath, CComPtrT<IWbemClassObject>& out)
