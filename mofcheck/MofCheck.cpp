@@ -11,12 +11,17 @@
 //   stop      <note>                              (the scanner stopped: /DD /MOF= ends with 19)
 //   mofcheck --text <0x8004xxxx>...                 Tarvos's text of each code, "<code>\t<text>"
 // Exit code 0, or 2 for a bad command line or a file the scanner cannot open.
+#include "Bstr.h"
+#include "ComPtr.h"
+#include "MofDelete.h"
 #include "MofParse.h"
+#include "StringConversion.h"
 #include "WmiErrorText.h"
 #include "WmiWork.h"
 
 #include <objbase.h>
 
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -117,61 +122,54 @@ std::string WordInTextNote(const std::string& strContent, int nPos, const char* 
     return nQuotes % 2 == 1 ? std::string("the word ") + szWord + " inside a string" : std::string();
 }
 
+// The text of a string property of an object, empty when it has none.
+std::string StringProperty(IWbemClassObject* pObject, const wchar_t* wszName)
+{
+    std::string strText;
+    VARIANT v;
+    VariantInit(&v);
+    if (SUCCEEDED(pObject->Get(wszName, 0, &v, nullptr, nullptr)) && v.vt == VT_BSTR && v.bstrVal != nullptr)
+    {
+        CCStringConversion text(v.bstrVal);
+        const char* szText = text.Convert2A();
+        strText = szText != nullptr ? szText : "";
+    }
+    VariantClear(&v);
+    return strText;
+}
+
+// Whether the class or instance path names an object in the namespace; its __RELPATH if asked.
 bool Exists(const std::string& strNamespace, const std::string& strPath, std::string* pstrRelPath)
 {
-    IWbemServices* pServices = nullptr;
-    if (FAILED(CWmiWork::ConnectToNamespace(strNamespace.c_str(), &pServices)))
+    CCComPtr<IWbemServices> spServices;
+    CCComPtr<IWbemClassObject> spObject;
+    if (FAILED(CWmiWork::ConnectToNamespace(strNamespace.c_str(), spServices.Put())))
         return false;
-    IWbemClassObject* pObject = nullptr;
-    std::wstring wstrPath(strPath.begin(), strPath.end());
-    BSTR bstrPath = SysAllocString(wstrPath.c_str());
-    const bool bFound = SUCCEEDED(pServices->GetObject(bstrPath, 0, nullptr, &pObject, nullptr));
-    SysFreeString(bstrPath);
+    CCWmiBstr bstrPath(strPath.c_str());
+    const bool bFound = SUCCEEDED(spServices->GetObject(bstrPath, 0, nullptr, spObject.Put(), nullptr));
     if (bFound && pstrRelPath != nullptr)
-    {
-        VARIANT v;
-        VariantInit(&v);
-        if (SUCCEEDED(pObject->Get(L"__RELPATH", 0, &v, nullptr, nullptr)) && v.vt == VT_BSTR)
-        {
-            std::wstring w(v.bstrVal);
-            *pstrRelPath = std::string(w.begin(), w.end());
-        }
-        VariantClear(&v);
-    }
-    if (pObject != nullptr)
-        pObject->Release();
-    pServices->Release();
+        *pstrRelPath = StringProperty(spObject.Get(), L"__RELPATH");
     return bFound;
 }
 
+// One "compiled" line for each instance of the class in the namespace (not of its subclasses).
 void ListInstances(const std::string& strNamespace, const std::string& strClass)
 {
-    IWbemServices* pServices = nullptr;
-    if (FAILED(CWmiWork::ConnectToNamespace(("\\\\.\\" + strNamespace).c_str(), &pServices)))
+    CCComPtr<IWbemServices> spServices;
+    CCComPtr<IEnumWbemClassObject> spEnum;
+    CCWmiBstr bstrClass(strClass.c_str());
+    if (FAILED(CWmiWork::ConnectToNamespace(("\\\\.\\" + strNamespace).c_str(), spServices.Put())) ||
+        FAILED(spServices->CreateInstanceEnum(bstrClass, WBEM_FLAG_SHALLOW, nullptr, spEnum.Put())))
         return;
-    IEnumWbemClassObject* pEnum = nullptr;
-    std::wstring wstrClass(strClass.begin(), strClass.end());
-    BSTR bstrClass = SysAllocString(wstrClass.c_str());
-    if (SUCCEEDED(pServices->CreateInstanceEnum(bstrClass, WBEM_FLAG_SHALLOW, nullptr, &pEnum)))
+    for (;;)
     {
-        IWbemClassObject* pObject = nullptr;
+        CCComPtr<IWbemClassObject> spObject;
         ULONG nGot = 0;
-        while (pEnum->Next(WBEM_INFINITE, 1, &pObject, &nGot) == S_OK && nGot == 1)
-        {
-            VARIANT v;
-            VariantInit(&v);
-            if (SUCCEEDED(pObject->Get(L"__RELPATH", 0, &v, nullptr, nullptr)) && v.vt == VT_BSTR)
-            {
-                std::wstring w(v.bstrVal);
-                printf("compiled\t%s\t%s\n", strNamespace.c_str(), std::string(w.begin(), w.end()).c_str());
-            }
-            VariantClear(&v);
-            pObject->Release();
-        }
-        pEnum->Release();
+        if (spEnum->Next(static_cast<long>(WBEM_INFINITE), 1, spObject.Put(), &nGot) != S_OK || nGot != 1)
+            break;
+        printf("compiled\t%s\t%s\n", strNamespace.c_str(),
+               StringProperty(spObject.Get(), L"__RELPATH").c_str());
     }
-    SysFreeString(bstrClass);
-    pServices->Release();
 }
 
 void Report(CMofParse& mp, const char* szFile)
@@ -249,13 +247,7 @@ void Report(CMofParse& mp, const char* szFile)
             if (!Exists("\\\\.\\" + strNamespace, strPath, &strRelPath) && strNote.empty())
                 strNote = "no instance at this path";
             if (!instance.Alias.empty())
-            {
-                // As the deletion escapes it for a later reference.
-                std::string strEscaped;
-                for (char ch : "\\\\.\\" + strNamespace + ":" + strPath)
-                    strEscaped += (ch == '\\' || ch == '"') ? std::string("\\") + ch : std::string(1, ch);
-                aliasMap[instance.Alias] = strEscaped;
-            }
+                aliasMap[instance.Alias] = AliasPathEscaped("\\\\.\\" + strNamespace, strPath);
         }
         printf("instance\t%d\t%s\t%s\t%s\t%s\t%s\n", lineOf(instance.Pos), strNamespace.c_str(),
                instance.ClassName.c_str(), strPath.c_str(), strRelPath.c_str(), strNote.c_str());

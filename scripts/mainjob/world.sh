@@ -81,7 +81,7 @@ tool() { wine "$build/bin/wmiemutool.exe" "$@"; }
 
 # A fresh repository (or the given dump) and no trace file.
 world_reset() {
-    rm -f "$run/repository.txt" "$run/faults.txt" "$run/Tarvos.trc"
+    rm -f "$run/repository.txt" "$run/repository.txt.journal" "$run/faults.txt" "$run/Tarvos.trc"
     [ -z "$1" ] || cp "$1" "$run/repository.txt"
 }
 
