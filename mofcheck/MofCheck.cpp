@@ -78,6 +78,18 @@ std::string FileLine(const char* szFile, int nLine)
     return line;
 }
 
+// A text for one tab-separated field: line ends and tabs written as \n, \r and \t.
+std::string Field(const std::string& s)
+{
+    std::string strField;
+    for (char ch : s)
+        strField += ch == '\n'   ? std::string("\\n")
+                    : ch == '\r' ? std::string("\\r")
+                    : ch == '\t' ? std::string("\\t")
+                                 : std::string(1, ch);
+    return strField;
+}
+
 std::string Lower(std::string s)
 {
     for (char& ch : s)
@@ -168,7 +180,7 @@ void ListInstances(const std::string& strNamespace, const std::string& strClass)
         if (spEnum->Next(static_cast<long>(WBEM_INFINITE), 1, spObject.Put(), &nGot) != S_OK || nGot != 1)
             break;
         printf("compiled\t%s\t%s\n", strNamespace.c_str(),
-               StringProperty(spObject.Get(), L"__RELPATH").c_str());
+               Field(StringProperty(spObject.Get(), L"__RELPATH")).c_str());
     }
 }
 
@@ -199,7 +211,8 @@ void Report(CMofParse& mp, const char* szFile)
             strNote = strLine.find("//") != std::string::npos
                           ? "a pragma Tarvos misreads: its // starts a line comment for Tarvos's scanner"
                           : "a pragma Tarvos misreads";
-        printf("pragma\t%d\t%s\t%s\t%s\n", nLine, strTarvos.c_str(), strCompiler.c_str(), strNote.c_str());
+        printf("pragma\t%d\t%s\t%s\t%s\n", nLine, Field(strTarvos).c_str(), strCompiler.c_str(),
+               strNote.c_str());
     }
     for (const MofEntry& mofClass : mp.Classes())
     {
@@ -213,7 +226,7 @@ void Report(CMofParse& mp, const char* szFile)
             strState = "found";
         if (strNote.empty())
             strNote = placeNote(mofClass.Pos);
-        printf("class\t%d\t%s\t%s\t%s\t%s\n", lineOf(mofClass.Pos), strNamespace.c_str(),
+        printf("class\t%d\t%s\t%s\t%s\t%s\n", lineOf(mofClass.Pos), Field(strNamespace).c_str(),
                mofClass.Name.c_str(), strState.c_str(), strNote.c_str());
     }
     WmiAliasMap aliasMap;
@@ -249,13 +262,14 @@ void Report(CMofParse& mp, const char* szFile)
             if (!instance.Alias.empty())
                 aliasMap[instance.Alias] = AliasPathEscaped("\\\\.\\" + strNamespace, strPath);
         }
-        printf("instance\t%d\t%s\t%s\t%s\t%s\t%s\n", lineOf(instance.Pos), strNamespace.c_str(),
-               instance.ClassName.c_str(), strPath.c_str(), strRelPath.c_str(), strNote.c_str());
+        printf("instance\t%d\t%s\t%s\t%s\t%s\t%s\n", lineOf(instance.Pos), Field(strNamespace).c_str(),
+               instance.ClassName.c_str(), Field(strPath).c_str(), Field(strRelPath).c_str(),
+               Field(strNote).c_str());
     }
     std::string strNamespace, strClass, strVersion;
     if (mp.ClassVersionFind(strNamespace, strClass, strVersion) || !strClass.empty())
-        printf("version\t%s\t%s\t%s\n", NamespaceWithoutMachine(strNamespace).c_str(), strClass.c_str(),
-               strVersion.c_str());
+        printf("version\t%s\t%s\t%s\n", Field(NamespaceWithoutMachine(strNamespace)).c_str(),
+               strClass.c_str(), Field(strVersion).c_str());
     else
         printf("version\t-\t-\t-\n");
 }

@@ -17,18 +17,22 @@ read_as_tarvos() {
 }
 
 # The differences between $jobdir/reading.txt and the compiled objects in $1, one a line:
-# "<object>\t<reason>" (object as a dump header, or "line N" for a pragma).
+# "<object>\t<reason>" (object as a dump header, or "line N" for a pragma). $2 is the MOF file,
+# searched for the declarations Tarvos does not see.
 differences() {
-    awk -F'\t' -v OFS='\t' '
+    awk -F'\t' -v OFS='\t' -v mof="$2" '
         function lc(s) { return tolower(s) }
+        # The first line of the MOF file at or after line "from" that matches rx, or 0.
+        function find(rx, from,   i) { for (i = from; i <= nlines; i++) if (text[i] ~ rx) return i; return 0 }
+        BEGIN { while ((getline l < mof) > 0) text[++nlines] = tolower(l) }
         FNR == NR {
             split($0, w, " ")
             if (w[1] == "namespace") print "namespace " w[2], "a namespace, which /DD /MOF= never deletes"
             else if (w[1] == "class") { cns[lc(w[3])] = w[2]; cname[lc(w[3])] = w[3] }
             next
         }
-        $1 == "stop" { print "file", $2 }
-        $1 == "pragma" { npragma++; if ($5 != "") print "line " $2, "a pragma Tarvos misreads: it reads \"" $3 "\", the compiler \"" $4 "\"" (index($5, "//") ? " (its // starts a line comment for Tarvos)" : "") }
+        $1 == "stop" { print "file", $2; stop = "Tarvos'\''s scanner stops on this file: /DD /MOF= ends with 19" }
+        $1 == "pragma" { if ($5 != "") print "line " $2, "a pragma Tarvos misreads: it reads \"" $3 "\", the compiler \"" $4 "\"" (index($5, "//") ? " (its // starts a line comment for Tarvos)" : "") }
         $1 == "class" {
             k = lc($4); seen[k] = 1
             if (!(k in cname)) {
@@ -41,26 +45,36 @@ differences() {
         }
         $1 == "instance" {
             ok[lc($3) "\t" lc($6)] = ($6 != "")
-            why = $7 != "" ? $7 : "/DD /MOF= builds " $5 " in " ($3 == "" ? "no namespace" : "\"" $3 "\"") " (line " $2 ")"
+            tline[$2] = 1; iline[++ni] = $2 + 0
             if ($7 ~ /neither a value/) print "line " $2, "instance of " $4 ": " $7
-            if ($7 ~ /the word instance inside/) {
-                print "line " $2, "Tarvos reads an instance" ($4 != "" ? " of " $4 : "") " that the compiler does not create: " $7
-                overrun = " (the scan of the instance Tarvos reads at line " $2 " may have run over it)"
-            }
-            k = lc($4)
+            if ($7 ~ /the word instance inside/) print "line " $2, "Tarvos reads an instance" ($4 != "" ? " of " $4 : "") " that the compiler does not create: " $7
+            k = lc($4); why = $7 != "" ? $7 : "/DD /MOF= builds " $5 " in " ($3 == "" ? "no namespace" : "\"" $3 "\"") " (line " $2 ")"
+            if ($7 != "" && index(note[k], $7) == 0) note[k] = note[k] (note[k] != "" ? "; " : "") $7
             if (index(iwhy[k], why) == 0) iwhy[k] = iwhy[k] (iwhy[k] != "" ? "; " : "") why
         }
         $1 == "compiled" { comp[++ncomp] = $2 "\t" $3 }
         END {
             for (k in cname) {
-                if (!(k in seen)) print "class " cns[k] " " cname[k], "Tarvos does not see this class declaration (no blank before its { or :?)"
-                else if (reason[k] != "") print "class " cns[k] " " cname[k], reason[k]
+                if (k in seen) { if (reason[k] != "") print "class " cns[k] " " cname[k], reason[k]; continue }
+                l = find("class[ \t]+" k "([^a-z0-9_]|$)", 1)
+                print "class " cns[k] " " cname[k], stop != "" ? stop : l ? "Tarvos does not see the declaration at line " l " (no blank before its { or :?)" : "declared in an included file, which Tarvos does not read"
             }
             for (i = 1; i <= ncomp; i++) {
                 split(comp[i], c, "\t")
                 if (ok[lc(comp[i])]) continue
-                cls = c[2]; sub(/[.=].*/, "", cls)
-                print "instance " c[1] " " cls, c[2] ": " (iwhy[lc(cls)] != "" ? iwhy[lc(cls)] : "Tarvos does not see this instance declaration" overrun)
+                cls = c[2]; sub(/[.=].*/, "", cls); k = lc(cls)
+                # The next declaration of the class that Tarvos has no instance for.
+                l = from[k] = find("instance[ \t]+of[ \t]+" k "([^a-z0-9_]|$)", from[k] + 1)
+                while (l && (l in tline)) l = from[k] = find("instance[ \t]+of[ \t]+" k "([^a-z0-9_]|$)", l + 1)
+                if (stop != "") r = stop
+                else if (note[k] != "") r = note[k]
+                else if (l) {
+                    for (p = j = 0; j < ni; j++) if (iline[j + 1] < l && iline[j + 1] > p) p = iline[j + 1]
+                    r = "Tarvos does not see the declaration at line " l (p ? ": the scan of the instance at line " p " ran over it (a ; or a line end inside one of its values, or a } without ;)" : "")
+                }
+                else if (!find("instance[ \t]+of[ \t]+" k "([^a-z0-9_]|$)", 1)) r = "declared in an included file, which Tarvos does not read"
+                else r = iwhy[k]
+                print "instance " c[1] " " cls, c[2] ": " r
             }
         }' "$1" "$jobdir/reading.txt" | sort -u
 }
@@ -93,7 +107,7 @@ check_mof() {
     echo
     echo "== Tarvos's reading"
     show_reading
-    differences "$jobdir/compiled.obj" >"$jobdir/differences.txt"
+    differences "$jobdir/compiled.obj" "$1" >"$jobdir/differences.txt"
     echo
     if [ ! -s "$jobdir/differences.txt" ]; then
         echo "Check: both readings agree."

@@ -158,7 +158,7 @@ undo_check() {
         return
     fi
     read_as_tarvos "$1" "$jobdir/installed.obj"
-    differences "$jobdir/installed.obj" >"$jobdir/differences.txt"
+    differences "$jobdir/installed.obj" "$1" >"$jobdir/differences.txt"
     echo "== Tarvos.exe /DD /MOF=$mof"
     run_tarvos /DD "/MOF=$mof"
     local dd=$code
