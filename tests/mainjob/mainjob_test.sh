@@ -93,6 +93,8 @@ check)
     printf '#pragma namespace("\\\\\\\\.\\\\root\\\\cimv2")\nclass Keyless_Agent\n{\n  string Id;\n};\ninstance of Keyless_Agent { Id = "a"; };\n[Description("no class Foo {")]\nclass Keyed_Agent\n{\n  [key] uint32 Id;\n};\ninstance of Keyed_Agent { Id = 3; };\n' | mof keys.mof
     expect "keyless instance" 1 "an instance without keys: never deleted" -- --check keys.mof
     grep -qF "the word class inside a string" <<<"$out" || { echo "FAILED: class in a string"; failures=$((failures + 1)); }
+    printf '#pragma namespace("\\\\\\\\.\\\\root\\\\cimv2")\nclass Over_Agent\n{\n  [key] string Id;\n  string Note;\n};\ninstance of Over_Agent { Id = "a"; Note = "x;yz"; };\ninstance of Over_Agent { Id = "b"; };\n' | mof over.mof
+    expect "an instance scan that runs over the next" 1 "declaration at line 8: the scan of the instance at line 7 ran over it" -- --check over.mof
     printf '#pragma namespace("\\\\\\\\.\\\\root\\\\cimv2")\nclass Both_Agent\n{\n  [key] string Id;\n};\ninstance of Both_Agent { Id = "a"; };\n' | mof both.mof
     expect "readings agree" 0 "Check: both readings agree." -- --check both.mof
     ;;
