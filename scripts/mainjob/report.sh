@@ -144,8 +144,9 @@ undo_check() {
     if [ "$code" != 0 ]; then
         echo
         echo "Undo check: not possible, /CF ended with $code ($(exit_text "$code")):"
-        trace_text | trace_problems
-        trace_text | cf_hint
+        trace_text >"$jobdir/trace.txt" || true
+        trace_problems <"$jobdir/trace.txt"
+        cf_hint <"$jobdir/trace.txt"
         result=3
         return
     fi
