@@ -5,9 +5,13 @@
 #
 #   scripts/run-main-job.sh [options] -- <Tarvos command line>
 #   scripts/run-main-job.sh [options] --undo-check <file.mof>
+#   scripts/run-main-job.sh [options] --check <file.mof>
 #
 # Options:
 #   --seed <a.mof>          compile into the repository before the run (repeatable, in order)
+#   --seed-into <namespace> <a.mof>
+#                           the same, into the given namespace (as mofcomp -N: does), for
+#                           the classes a file's pragmas do not place, such as a CIM schema
 #   --repository <dump>     start from a repository dump (wmiemutool dump) instead of a fresh one
 #   --autorecover <path>    an entry of the WMI autorecover list (repeatable); the list
 #                           always starts with cimwin32.mof, as on a Windows machine
@@ -18,6 +22,9 @@
 #   --keep                  leave the repository, registry and prefix as the run left them
 #   --stop                  only stop the cached prefix's Wine processes
 #
+# --undo-check runs /CF and /DD /MOF= of the file and says whether the repository is back where
+# it started (exit 0 clean, 1 not clean, 3 when /CF failed or installed nothing); --check shows
+# how Tarvos reads the file beside what the MOF compiler stores (exit 0 when they agree, 1 not).
 # The prefix and the run's files live in build/mingw/mainjob (or $MAINJOB_DIR).
 # Paths of the user's files (in --seed, /MOF=, /INI=, --reg values) are Linux paths; Wine sees
 # them under their own names on drive Z:, so relative #pragma include folders resolve as usual.
@@ -25,9 +32,11 @@ set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 source "$here/mainjob/world.sh"
 source "$here/mainjob/report.sh"
+source "$here/mainjob/check.sh"
+source "$here/mainjob/ini.sh"
 
 usage() {
-    sed -n '5,24p' "$0" | sed 's/^# \{0,1\}//' >&2
+    sed -n '5,30p' "$0" | sed 's/^# \{0,1\}//' >&2
     exit 2
 }
 fail() {
@@ -35,10 +44,11 @@ fail() {
     exit 2
 }
 
-seeds=() autorecover=() regs=() tarvos_args=() repository='' undo='' level=4 keep=0 demo=1
+seeds=() seed_ns=() autorecover=() regs=() tarvos_args=() repository='' ini_file='' undo='' check='' level=4 keep=0 demo=1
 while [ $# -gt 0 ]; do
     case "$1" in
     --seed) [ $# -ge 2 ] || usage; seeds+=("$2"); shift 2 ;;
+    --seed-into) [ $# -ge 3 ] || usage; seeds+=("$3"); seed_ns[${#seeds[@]} - 1]=$2; shift 3 ;;
     --repository) [ $# -ge 2 ] || usage; repository=$2; shift 2 ;;
     --autorecover) [ $# -ge 2 ] || usage; autorecover+=("$2"); shift 2 ;;
     --reg) [ $# -ge 2 ] || usage; regs+=("$2"); shift 2 ;;
@@ -46,6 +56,7 @@ while [ $# -gt 0 ]; do
     --keep) keep=1; shift ;;
     --stop) world_stop; exit 0 ;;
     --undo-check) [ $# -ge 2 ] || usage; undo=$2; demo=0; shift 2 ;;
+    --check) [ $# -ge 2 ] || usage; check=$2; demo=0; shift 2 ;;
     --) shift; tarvos_args=("$@"); demo=0; break ;;
     -h | --help) usage ;;
     *) echo "run-main-job: unknown option '$1'" >&2; usage ;;
@@ -53,8 +64,10 @@ while [ $# -gt 0 ]; do
 done
 [[ "$level" =~ ^[1-6]$ ]] || fail "--trace-level takes 1 to 6, not '$level'"
 [ -z "$undo" ] || [ ${#tarvos_args[@]} -eq 0 ] || fail "--undo-check takes no Tarvos command line"
+[ -z "$check" ] || [ ${#tarvos_args[@]} -eq 0 ] || fail "--check takes no Tarvos command line"
+[ -z "$check" ] || [ -z "$undo" ] || fail "--check and --undo-check exclude each other"
 [ -z "$repository" ] || [ ${#seeds[@]} -eq 0 ] || fail "--repository and --seed exclude each other"
-for f in "${seeds[@]}" $repository $undo; do
+for f in "${seeds[@]}" $repository $undo $check; do
     [ -f "$f" ] || fail "no such file: $f"
 done
 
@@ -73,6 +86,7 @@ for i in "${!tarvos_args[@]}"; do
         if [ -n "$f" ] && ! is_windows_path "$f"; then
             [ -e "$f" ] || fail "no such file: $f (given as ${a:0:5})"
             tarvos_args[$i]="${a:0:5}$(windows_path "$f")"
+            [[ "${a,,}" != /ini=* ]] || ini_file=$f
             written_dirs+=("$(dirname "$(realpath "$f")")")
         fi
         ;;
@@ -83,12 +97,14 @@ world_ready
 world_reset "$repository"
 world_registry "$level" autorecover regs
 
-for f in "${seeds[@]}"; do
-    seed_mof "$f" || exit 2
+for i in "${!seeds[@]}"; do
+    seed_mof "${seeds[$i]}" "${seed_ns[$i]:-}" || { echo "Tarvos was not run." >&2; exit 2; }
 done
 
 if [ -n "$undo" ]; then
     undo_check "$undo"
+elif [ -n "$check" ]; then
+    check_mof "$check"
 else
     run_and_report "${tarvos_args[@]}"
 fi

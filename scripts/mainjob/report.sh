@@ -82,7 +82,25 @@ run_and_report() {
     fi
     echo
     echo "== Trace: $jobdir/trace.txt (UTF-8 copy of $run/Tarvos.trc)"
-    grep -P '\t(Error|Warning)\t' "$jobdir/trace.txt" | cut -f4- | sed 's/^/  /' || true
+    trace_problems <"$jobdir/trace.txt"
+    ini_outcomes "$@"
+}
+
+# For /DD /INI= and /SQ /INI=: what became of each entry of the INI file.
+ini_outcomes() {
+    local a job=''
+    [ -n "$ini_file" ] && [ -f "$ini_file" ] || return 0
+    for a in "$@"; do
+        case "${a,,}" in /dd | /sq) job=${a^^} ;; esac
+    done
+    [ -n "$job" ] || return 0
+    echo
+    echo "== INI entries ($job /INI=$ini_file)"
+    if [ "$job" = /DD ]; then
+        dd_ini_report "$ini_file" "$jobdir/trace.txt" "$jobdir/before.txt" "$jobdir/after.txt"
+    else
+        sq_ini_report "$ini_file" "$jobdir/trace.txt" "$jobdir/before.txt" "$jobdir/after.txt"
+    fi
 }
 
 # Objects of a dump as one line each (header and body), sorted.
@@ -94,6 +112,26 @@ dump_objects() {
         END { if (o != "") print o }' | sort
 }
 
+# The error and warning records of a trace text (stdin), a record's further lines joined to it.
+trace_problems() {
+    awk '/^[0-9][0-9]\.[0-9][0-9]\.[0-9]/ { if (r != "") print r; r = $0; next } { r = r " | " $0 }
+        END { if (r != "") print r }' | grep -P '\t(Error|Warning)\t' | cut -f4- | sed 's/^/  /' || true
+}
+
+# What to do about a /CF that failed, read from its trace (stdin).
+cf_hint() {
+    local t
+    t=$(cat)
+    # Not found, invalid superclass, invalid namespace.
+    if grep -q 'lPhaseError = 3' <<<"$t" && grep -Eiq 'hRes = 8004100(2|d|e) ' <<<"$t"; then
+        echo "The compiler could not store an object because something it names is missing (a base class,"
+        echo "a schema, a namespace): start from a repository that has it (--seed, --seed-into, --repository)."
+    elif grep -q "Exception caught.*0x80070057" <<<"$t"; then
+        echo "Tarvos's scanner stopped on the file (a #pragma with no namespace pragma after it, or"
+        echo "\"class X :\" with no { after it): see --check."
+    fi
+}
+
 undo_check() {
     local mof
     mof=$(windows_path "$1")
@@ -103,8 +141,28 @@ undo_check() {
     run_tarvos /CF "/MOF=$mof"
     echo "Exit code: $code ($(exit_text "$code"))"
     tool dump >"$jobdir/installed.txt"
+    if [ "$code" != 0 ]; then
+        echo
+        echo "Undo check: not possible, /CF ended with $code ($(exit_text "$code")):"
+        trace_text >"$jobdir/trace.txt" || true
+        trace_problems <"$jobdir/trace.txt"
+        cf_hint <"$jobdir/trace.txt"
+        result=3
+        return
+    fi
+    changed_objects "$jobdir/start.txt" "$jobdir/installed.txt" >"$jobdir/installed.obj"
+    if [ ! -s "$jobdir/installed.obj" ]; then
+        echo
+        echo "Undo check: nothing installed, /CF changed nothing (the class is already at that version)."
+        echo "Start from a fresh repository or from one with an older version (--seed, --repository)."
+        result=3
+        return
+    fi
+    read_as_tarvos "$1" "$jobdir/installed.obj"
+    differences "$jobdir/installed.obj" "$1" >"$jobdir/differences.txt"
     echo "== Tarvos.exe /DD /MOF=$mof"
     run_tarvos /DD "/MOF=$mof"
+    local dd=$code
     echo "Exit code: $code ($(exit_text "$code"))"
     tool dump >"$jobdir/end.txt"
     autorecover_list >"$jobdir/autorecover-end.txt"
@@ -115,20 +173,35 @@ undo_check() {
     dump_objects "$jobdir/start.txt" >"$jobdir/start.obj"
     dump_objects "$jobdir/end.txt" >"$jobdir/end.obj"
     local left lost
-    left=$(comm -13 "$jobdir/start.obj" "$jobdir/end.obj" | cut -d$'\x1f' -f1)
-    lost=$(comm -23 "$jobdir/start.obj" "$jobdir/end.obj" | cut -d$'\x1f' -f1)
+    left=$(comm -13 "$jobdir/start.obj" "$jobdir/end.obj" | cut -d$'\x1f' -f1 | sed 's/ : .*//')
+    lost=$(comm -23 "$jobdir/start.obj" "$jobdir/end.obj" | cut -d$'\x1f' -f1 | sed 's/ : .*//')
     echo
-    if [ -z "$left$lost" ] && cmp -s "$jobdir/autorecover-start.txt" "$jobdir/autorecover-end.txt"; then
+    if [ "$dd" = 0 ] && [ -z "$left$lost" ] &&
+        cmp -s "$jobdir/autorecover-start.txt" "$jobdir/autorecover-end.txt"; then
         echo "Undo check: clean, the repository is back where it started."
         result=0
         return
     fi
     echo "Undo check: NOT clean."
-    [ -z "$left" ] || { echo "Left over (or changed):"; echo "$left" | sed 's/^/  /'; }
+    if [ "$dd" != 0 ]; then
+        echo "/DD /MOF= ended with $dd ($(exit_text "$dd")):"
+        trace_problems <"$jobdir/trace.txt"
+    fi
+    if [ -n "$left" ]; then
+        echo "Left over (or changed):"
+        # Each object with the reason Tarvos's reading gives for it.
+        awk -F'\t' 'FNR == NR { r[tolower($1)] = $2; next }
+            { print "  " $0 (tolower($0) in r ? "   <- " r[tolower($0)] : "") }' \
+            "$jobdir/differences.txt" - <<<"$left"
+    fi
     [ -z "$lost" ] || { echo "Lost (or changed):"; echo "$lost" | sed 's/^/  /'; }
     if ! cmp -s "$jobdir/autorecover-start.txt" "$jobdir/autorecover-end.txt"; then
         echo "Autorecover list:"
         diff --label start --label end "$jobdir/autorecover-start.txt" "$jobdir/autorecover-end.txt" | sed 's/^/  /' || true
+    fi
+    if grep -q -v -P '^(class|instance|namespace) ' "$jobdir/differences.txt"; then
+        echo "Also in Tarvos's reading (see --check):"
+        grep -v -P '^(class|instance|namespace) ' "$jobdir/differences.txt" | sed 's/\t/: /;s/^/  /'
     fi
     result=1
 }

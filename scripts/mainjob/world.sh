@@ -1,7 +1,8 @@
 # The main job's world: the build, a cached Wine prefix with the WMI emulator, and the run's
 # repository, fault file, registry values and trace file. Sourced by run-main-job.sh.
 root=$(cd "$here/.." && pwd)
-build=$root/build/mingw
+# The build tree: the one the tests belong to (CTest passes it), else the preset's.
+build=${MAINJOB_BUILD:-$root/build/mingw}
 jobdir=${MAINJOB_DIR:-$build/mainjob}
 prefix=$jobdir/prefix
 run=$jobdir/run
@@ -28,19 +29,21 @@ world_tools() {
     if [ "$(id -u)" != 0 ]; then
         fail "missing packages: $missing (install them as root: apt-get install $missing, or run scripts/prerequisites.sh as root)"
     fi
-    progress "installing $missing"
-    "$root/scripts/prerequisites.sh" >&2
+    mkdir -p "$build"
+    progress "installing $missing (log: $build/mainjob.install.log)"
+    "$root/scripts/prerequisites.sh" >"$build/mainjob.install.log" 2>&1 ||
+        fail "the installation failed; its log: $build/mainjob.install.log"
 }
 
 world_build() {
+    local log=$build/mainjob.build.log
     if [ -f "$build/CMakeCache.txt" ]; then
-        cmake --build "$build" >"$jobdir.build.log" 2>&1 ||
-            { cat "$jobdir.build.log" >&2; fail "the build failed"; }
+        cmake --build "$build" >"$log" 2>&1 || fail "the build failed; its log: $log"
     else
-        progress "building Tarvos and the WMI emulator (first run)"
+        [ -z "${MAINJOB_BUILD:-}" ] || fail "$build is no configured build tree (MAINJOB_BUILD)"
+        progress "building Tarvos and the WMI emulator (first run, log: $log)"
         mkdir -p "$build"
-        "$root/scripts/build.sh" >"$build/mainjob.build.log" 2>&1 ||
-            { cat "$build/mainjob.build.log" >&2; fail "the build failed"; }
+        "$root/scripts/build.sh" >"$log" 2>&1 || fail "the build failed; its log: $log"
     fi
 }
 
@@ -78,7 +81,7 @@ tool() { wine "$build/bin/wmiemutool.exe" "$@"; }
 
 # A fresh repository (or the given dump) and no trace file.
 world_reset() {
-    rm -f "$run/repository.txt" "$run/faults.txt" "$run/Tarvos.trc"
+    rm -f "$run/repository.txt" "$run/repository.txt.journal" "$run/faults.txt" "$run/Tarvos.trc"
     [ -z "$1" ] || cp "$1" "$run/repository.txt"
 }
 
@@ -126,17 +129,18 @@ world_registry() {
     wine regedit /S "$(windows_path "$f")" || fail "the registry file $f was not imported"
 }
 
-# Compiles a seed MOF into the repository; on failure shows where the compiler stopped.
+# Compiles a seed MOF into the repository, into namespace $2 when given; on failure shows where
+# the compiler stopped.
 seed_mof() {
-    local out
-    if ! out=$(tool seed "$(windows_path "$1")" 2>&1); then
+    local out ns=()
+    [ -z "${2:-}" ] || ns=("-N:$2")
+    if ! out=$(tool seed "${ns[@]}" "$(windows_path "$1")" 2>&1); then
         out=${out//$'\r'/}
         case "$out" in
         *"parse error"*) echo "Seed $1 does not compile (phase 2, parsing): ${out#*: }" >&2 ;;
         *"cannot store"*) echo "Seed $1 does not compile (phase 3, storing): ${out#*: }" >&2 ;;
         *) echo "Seed $1 does not compile: $out" >&2 ;;
         esac
-        echo "Tarvos was not run." >&2
         return 1
     fi
 }
@@ -147,9 +151,10 @@ autorecover_list() {
 }
 
 # Runs Tarvos.exe with the given arguments in the current folder; the code goes to $code.
+# Its output ends with a line feed, so that the report starts on a line of its own.
 run_tarvos() {
     set +e
-    wine "$build/bin/Tarvos.exe" "$@" | tr -d '\r'
+    wine "$build/bin/Tarvos.exe" "$@" | tr -d '\r' | sed '$a\'
     code=${PIPESTATUS[0]}
     set -e
 }

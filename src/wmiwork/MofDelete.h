@@ -3,7 +3,13 @@
 // Namespaces are never deleted by this job.
 #pragma once
 
+#include <string>
+
 class CMofParse;
+
+// "namespace:path" as it stands inside a quoted object path value (the alias map's entries):
+// backslashes doubled, double quotes escaped.
+std::string AliasPathEscaped(const std::string& strNamespace, const std::string& strPath);
 
 // Deletes the static instances the file creates, in file order; false when a class's
 // properties cannot be read or an instance's object path cannot be built.

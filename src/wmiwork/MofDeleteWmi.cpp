@@ -8,10 +8,6 @@
 #include <mbstring.h>
 #include <string>
 
-namespace
-{
-// "namespace:path" as it stands inside a quoted object path value: backslashes doubled,
-// double quotes escaped.
 std::string AliasPathEscaped(const std::string& strNamespace, const std::string& strPath)
 {
     std::string strEscaped;
@@ -25,7 +21,6 @@ std::string AliasPathEscaped(const std::string& strNamespace, const std::string&
     }
     return strEscaped;
 }
-} // namespace
 
 bool DoDeleteInstances(CMofParse& mp)
 {

@@ -37,6 +37,10 @@ arguments)
     expect "missing MOF of the command line" 2 "no such file: absent.mof (given as /MOF=)" -- -- /CF /MOF=absent.mof
     expect "undo check with a command line" 2 "--undo-check takes no Tarvos command line" -- --undo-check x -- /CF
     expect "--reg without a value" 2 "--reg takes" -- --reg novalue -- /CM
+    expect "check with a command line" 2 "--check takes no Tarvos command line" -- --check x -- /CF
+    expect "check and undo check" 2 "exclude each other" -- --check x --undo-check x
+    expect "seed into without its file" 2 "--seed-into <namespace> <a.mof>" -- --seed-into root
+    expect "check of a missing file" 2 "no such file: absent.mof" -- --check absent.mof
     ;;
 seed_failure)
     printf 'class Broken\n{\n  string A\n};\n' | mof broken.mof
@@ -63,10 +67,93 @@ undo_clean)
     ;;
 undo_leftover)
     printf '#pragma autorecover\n#pragma namespace("\\\\\\\\.\\\\root")\ninstance of __Namespace { Name = "LeftOver"; };\n#pragma namespace("\\\\\\\\.\\\\root\\\\LeftOver")\n[Version("1.0")]\nclass Left_Agent { [key] string Id; };\n' | mof left.mof
-    expect "an uninstall that leaves a namespace" 1 "namespace root\\LeftOver" -- --undo-check left.mof
+    expect "an uninstall that leaves a namespace" 1 "namespace root\\LeftOver   <- a namespace, which /DD /MOF= never deletes" -- --undo-check left.mof
     grep -q "Undo check: NOT clean" <<<"$out" || failures=$((failures + 1))
     grep -q "class root\\\\LeftOver Left_Agent" <<<"$(sed -n '/Left over/,$p' <<<"$out")" &&
         { echo "FAILED: the class is reported left over"; failures=$((failures + 1)); }
+    ;;
+undo_verdicts)
+    printf '#pragma namespace("\\\\\\\\.\\\\root\\\\cimv2")\n[Version("1.0")]\nclass Win32_ProcessEx : CIM_Process\n{\n};\n' | mof nobase.mof
+    expect "/CF fails" 3 "Undo check: not possible, /CF ended with 17" -- --undo-check nobase.mof
+    grep -qP "Error\t" <<<"$out" || { echo "FAILED: no error record"; failures=$((failures + 1)); }
+    printf 'class CIM_Process\n{\n  [key] string Handle;\n};\n' | mof base.mof
+    expect "its base class seeded into root\\cimv2" 0 "Undo check: clean" -- --seed-into 'root\cimv2' base.mof --undo-check nobase.mof
+    printf '#pragma namespace("\\\\\\\\.\\\\root\\\\cimv2")\n[Version("1.0")]\nclass Done_Agent\n{\n  [key] string Id;\n};\n' | mof done.mof
+    expect "/CF installs nothing" 3 "Undo check: nothing installed" -- --seed done.mof --undo-check done.mof
+    printf '#pragma namespace("//./root/cimv2")\n[Version("1.0")]\nclass Slash_Agent\n{\n  [key] string Id;\n};\ninstance of Slash_Agent { Id = "a"; };\n' | mof slash.mof
+    expect "a misread pragma" 1 "/DD /MOF= ended with 19" -- --undo-check slash.mof
+    grep -qF "class root\cimv2 Slash_Agent   <- /DD /MOF= looks for it in" <<<"$out" || { echo "FAILED: no reason"; failures=$((failures + 1)); }
+    ;;
+check)
+    printf '#pragma namespace("//./root/cimv2")\n[Version("1.0")]\nclass Slash_Agent\n{\n  [key] string Id;\n};\ninstance of Slash_Agent { Id = "a"; };\n' | mof slash.mof
+    expect "forward-slash pragma" 1 "line 1: a pragma Tarvos misreads" -- --check slash.mof
+    printf 'class Plain_Agent\n{\n  [key] string Id;\n  string Note = "a class inside";\n};\ninstance of Plain_Agent { Id = "a"; };\ninstance of Plain_Agent { Id = "b"; };\n' | mof plain.mof
+    expect "no namespace pragma" 1 "class root\default Plain_Agent: /DD /MOF= looks for it in no namespace" -- --check plain.mof
+    grep -cF 'instance root\default Plain_Agent: Plain_Agent.Id="' <<<"$out" | grep -qx 2 || { echo "FAILED: not both instances"; failures=$((failures + 1)); }
+    printf '#pragma namespace("\\\\\\\\.\\\\root\\\\cimv2")\nclass Keyless_Agent\n{\n  string Id;\n};\ninstance of Keyless_Agent { Id = "a"; };\n[Description("no class Foo {")]\nclass Keyed_Agent\n{\n  [key] uint32 Id;\n};\ninstance of Keyed_Agent { Id = 3; };\n' | mof keys.mof
+    expect "keyless instance" 1 "an instance without keys: never deleted" -- --check keys.mof
+    grep -qF "the word class inside a string" <<<"$out" || { echo "FAILED: class in a string"; failures=$((failures + 1)); }
+    printf '#pragma namespace("\\\\\\\\.\\\\root\\\\cimv2")\nclass Over_Agent\n{\n  [key] string Id;\n  string Note;\n};\ninstance of Over_Agent { Id = "a"; Note = "x;yz"; };\ninstance of Over_Agent { Id = "b"; };\n' | mof over.mof
+    expect "an instance scan that runs over the next" 1 "declaration at line 8: the scan of the instance at line 7 ran over it" -- --check over.mof
+    printf '#pragma namespace("\\\\\\\\.\\\\root\\\\cimv2")\nclass Both_Agent\n{\n  [key] string Id;\n};\ninstance of Both_Agent { Id = "a"; };\n' | mof both.mof
+    expect "readings agree" 0 "Check: both readings agree." -- --check both.mof
+    ;;
+ini_outcomes)
+    cp "$(dirname "$job")"/../examples/DemoAgent.mof .
+    printf '[Namespaces]\n1=root\\TarvosDemo\n[DeleteInstances]\n1=Demo_Agent.Name="agent"\n2=Demo_Agent.Name="gone"\n[DeleteClasses]\n1=__Namespace\n2=Demo_Agent\n[DeleteNamespace]\n1=root\\TarvosDemo\n[DeleteClasses]\n3=Later\n' | mof DemoCleanup.ini
+    expect "/DD /INI= entries" 0 '[DeleteInstances] Demo_Agent.Name="agent": root\TarvosDemo: deleted' -- --seed DemoAgent.mof -- /DD /INI=DemoCleanup.ini
+    grep -qF '[DeleteNamespace] root\TarvosDemo: deleted' <<<"$out" || { echo "FAILED: namespace"; failures=$((failures + 1)); }
+    grep -qF '[DeleteClasses] __Namespace: root\TarvosDemo: refused: 0x8004' <<<"$out" && ! grep -qF Later <<<"$out" &&
+        grep -qF '[DeleteInstances] Demo_Agent.Name="gone": root\TarvosDemo: not found' <<<"$out" || { echo "FAILED: /DD outcomes"; failures=$((failures + 1)); }
+    printf '[Qualifier]\n1=root\\TarvosDemo:Demo_Agent.Version=1.2\n2=no separator\n3=root\\TarvosDemo:Demo_Agent.Missing=1\n4=root\\TarvosDemo:Demo_Agent.Version=1.3\n' | mof q.ini
+    expect "/SQ /INI= entries" 22 '1=root\TarvosDemo:Demo_Agent.Version=1.2: set from "1.1" to "1.2"' -- --seed DemoAgent.mof -- /SQ /INI=q.ini
+    grep -qF '3=root\TarvosDemo:Demo_Agent.Missing=1: refused: oAcc.GetQualifier failed' <<<"$out" &&
+        grep -qF '4=root\TarvosDemo:Demo_Agent.Version=1.3: not set (the job stopped' <<<"$out" &&
+        grep -qF '2=no separator: not set' <<<"$out" || { echo "FAILED: /SQ outcomes"; failures=$((failures + 1)); }
+    ;;
+read_trace)
+    reader=$(dirname "$job")/read-trace.sh
+    { printf '\xff\xfe'; printf '%s\r\n' \
+        $'01.02.2026 10:00:00.000\t0100\t0001\tVerbose\t<global>\tmain\tInternal\tBUILD INFORMATION\tNODEBUG' \
+        $'01.02.2026 10:00:00.001\t0100\t0001\tInfo\t<global>\tmain\tEnter\tTarvos called\tbLocalSystem=\'false\'' \
+        "argv[0]='Tarvos.exe'" "argv[1]='/CF'" "argv[2]='/system'" "argv[3]='null'" 'gg_nInst=1, gg_nSystemInst=0' \
+        $'01.02.2026 10:00:00.100\t0200\t0002\tInfo\t<global>\tTempServiceProc\tEnter\tMethod TempServiceProc has been entered.\t' \
+        'argc=2' "argv[0]='Tarvos.exe'" "argv[1]='/CF'" "argv[2]='<null>'" \
+        $'01.02.2026 10:00:00.200\t0200\t0002\tError\tCCompMof\tCompile\tInternal\tCompileFile failed\thr=0x80044001' \
+        $'01.02.2026 10:00:00.300\t0200\t0002\tInfo\t<global>\tTempServiceProc\tLeave\tMethod TempServiceProc has been left.\tgg_nSvcExitcode=17' \
+        $'01.02.2026 10:00:00.400\t0100\t0001\tInfo\t<global>\tmain\tLeave\tMethod main has been left.\tnReturn=17 \'EXITCODE_ERR_COMPILE_MOF\'' | iconv -f UTF-8 -t UTF-16LE; } >t.trc
+    out=$("$reader" t.trc)
+    for want in "Command line: Tarvos.exe /CF /system" "service instance" "Exit code: 17 (EXITCODE_ERR_COMPILE_MOF)" \
+        "CCompMof::Compile	Internal	CompileFile failed" "== Run 2"; do
+        grep -qF "$want" <<<"$out" || { echo "FAILED: read-trace lacks: $want"; echo "$out"; failures=$((failures + 1)); }
+    done
+    grep -q "== Run 3" <<<"$out" && { echo "FAILED: a run too many"; failures=$((failures + 1)); }
+    "$reader" t.trc --level 9 >/dev/null 2>&1 && { echo "FAILED: level 9 taken"; failures=$((failures + 1)); }
+    ;;
+corpus)
+    corpus=$(cd "$(dirname "$job")/../.." && pwd)/shared/corpus
+    [ -d "$corpus" ] || { echo "no MOF corpus at $corpus: skipped"; exit 77; }
+    declare -A count
+    while read -r f; do
+        out=$("$job" --undo-check "$f" 2>&1)
+        v=$(grep -o '^Undo check: [a-zA-Z ]*' <<<"$out" || echo "no verdict")
+        count[$v]=$((${count[$v]:-0} + 1))
+        echo "$v: ${f#"$corpus"/}"
+        if [ "$v" = "Undo check: clean" ] && { ! grep -q '^Exit code: 0 ' <<<"$(grep -m1 '^Exit code' <<<"$out")" ||
+            grep -qx '(no change)' <<<"$out"; }; then
+            echo "FAILED: clean although /CF failed or installed nothing"; failures=$((failures + 1))
+        fi
+        sed -n '/^Left over/,/^[^ ]/p' <<<"$out" | grep '^  ' | grep -v ' <- ' &&
+            { echo "FAILED: a left-over object without a reason"; failures=$((failures + 1)); }
+        out=$("$job" --check "$f" 2>&1)
+        got=$?
+        count["check exit $got"]=$((${count["check exit $got"]:-0} + 1))
+        count[differences]=$((${count[differences]:-0} + $(sed -n '/^Check: [0-9]/,$p' <<<"$out" | grep -c '^  ')))
+        sed -n '/^Check: [0-9]/,$p' <<<"$out" | grep '^  ' | grep -v ': .' &&
+            { echo "FAILED: a difference without a reason"; failures=$((failures + 1)); }
+        [ $got = 0 ] || [ $got = 1 ] || [ $got = 3 ] || { echo "FAILED: --check ended with $got"; echo "$out"; failures=$((failures + 1)); }
+    done < <(find "$corpus" -name '*.mof' -not -path '*/omischema/CIM-2.32.0/*' | sort)
+    for k in "${!count[@]}"; do echo "$k: ${count[$k]}"; done | sort
     ;;
 *)
     echo "unknown case $1"
