@@ -137,7 +137,7 @@ seed_mof() {
     if ! out=$(tool seed "${ns[@]}" "$(windows_path "$1")" 2>&1); then
         out=${out//$'\r'/}
         case "$out" in
-        *"parse error"*) echo "Seed $1 does not compile (phase 2, parsing): ${out#*: }" >&2 ;;
+        *"parse error"*) echo "Seed $1 does not compile (phase 1, parsing): ${out#*: }" >&2 ;;
         *"cannot store"*) echo "Seed $1 does not compile (phase 3, storing): ${out#*: }" >&2 ;;
         *) echo "Seed $1 does not compile: $out" >&2 ;;
         esac

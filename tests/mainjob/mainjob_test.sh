@@ -44,7 +44,7 @@ arguments)
     ;;
 seed_failure)
     printf 'class Broken\n{\n  string A\n};\n' | mof broken.mof
-    expect "seed that does not parse" 2 "does not compile (phase 2, parsing): parse error 0x80044" -- --seed broken.mof -- /?
+    expect "seed that does not parse" 2 "does not compile (phase 1, parsing): parse error 0x80044" -- --seed broken.mof -- /?
     grep -q "Tarvos was not run" <<<"$out" || { echo "FAILED: Tarvos was run"; failures=$((failures + 1)); }
     ;;
 refused)
