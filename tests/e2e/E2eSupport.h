@@ -3,6 +3,7 @@
 #pragma once
 
 #include "EmuWorld.h"
+#include "PortableWorld.h"
 #include "TestKit.h"
 
 #include <cstring>
@@ -35,12 +36,12 @@ inline std::string ClassMof(const std::string& strClass, const std::string& strQ
 }
 
 // The dump of a repository that holds just what the MOF texts define, compiled one after the
-// other. Built in the world's own repository, which then holds it: a second CEmuWorld would
-// take the emulator's environment variables over from the first.
-inline std::string DumpOf(const testkit::CEmuWorld& world, const std::string& strMof,
+// other. Built in the world itself, which then holds it, so that both sides of a comparison come
+// from the same WMI (and a second CEmuWorld would take the first one's environment variables).
+inline std::string DumpOf(const testkit::CWmiWorld& world, const std::string& strMof,
                           const std::string& strMore = "")
 {
-    world.Tool("reset");
+    world.Reset();
     for (const std::string* pText : {&strMof, &strMore})
         if (!pText->empty())
             world.Seed(*pText);
@@ -75,37 +76,17 @@ inline size_t OldVersionForgiven(const testkit::TarvosRun& run)
     return run.Records("main", "Internal", "Changing EXITCODE_ERR_MOF_OLD_VERSION to EXITCODE_OK").size();
 }
 
-// A string value of the prefix's registry set, or removed (null), for the life of the object.
-class CPrefixValue
+// A string value of the machine's registry set, or removed (null), for the life of the object.
+class CPrefixValue : public testkit::CSavedValue
 {
 public:
     CPrefixValue(HKEY hRoot, const char* szKey, const char* szName, const char* szValue)
-        : m_hRoot(hRoot), m_strKey(szKey), m_szName(szName)
-    {
-        char szOld[MAX_PATH] = "";
-        DWORD cbOld = sizeof(szOld);
-        m_bHad = RegGetValueA(hRoot, szKey, szName, RRF_RT_REG_SZ, nullptr, szOld, &cbOld) == ERROR_SUCCESS;
-        m_strOld = szOld;
-        Set(szValue);
-    }
-    ~CPrefixValue() { Set(m_bHad ? m_strOld.c_str() : nullptr); }
-    CPrefixValue(const CPrefixValue&) = delete;
-    CPrefixValue& operator=(const CPrefixValue&) = delete;
-    bool Had() const { return m_bHad; }
-
-private:
-    void Set(const char* szValue) const
+        : CSavedValue(hRoot, szKey, szName)
     {
         if (szValue != nullptr)
-            RegSetKeyValueA(m_hRoot, m_strKey.c_str(), m_szName, REG_SZ, szValue,
-                            static_cast<DWORD>(strlen(szValue) + 1));
+            RegSetKeyValueA(hRoot, szKey, szName, REG_SZ, szValue, static_cast<DWORD>(strlen(szValue) + 1));
         else
-            RegDeleteKeyValueA(m_hRoot, m_strKey.c_str(), m_szName);
+            RegDeleteKeyValueA(hRoot, szKey, szName);
     }
-    HKEY m_hRoot;
-    std::string m_strKey;
-    const char* m_szName;
-    bool m_bHad = false;
-    std::string m_strOld;
 };
 } // namespace e2e
