@@ -98,8 +98,8 @@ void CPortableWorld::Seed(const std::string& strText) const
 
 std::string CPortableWorld::Dump(const std::string& strNamespace) const
 {
-    if (m_pLocator == nullptr)
-        return "<no WMI>";
+    if (m_pCompiler == nullptr)
+        return "<no world>"; // the constructor said why
     wmitext::DumpScope scope;
     scope.roots.push_back(Wide(strNamespace));
     if (_stricmp(strNamespace.c_str(), "root") == 0)
