@@ -105,8 +105,9 @@ bool CCTempService::IsAdmin()
     CTokenHandle token(szFunction);
     DWORD cbGroups = 0;
     GetTokenInformation(token.Get(), TokenGroups, nullptr, 0, &cbGroups);
-    TOKEN_GROUPS* pGroups = cbGroups != 0 ? static_cast<TOKEN_GROUPS*>(malloc(cbGroups)) : nullptr;
-    if (pGroups == nullptr)
+    // A zero size (the token could not be opened) is allocated as it is; the read then fails.
+    TOKEN_GROUPS* pGroups = static_cast<TOKEN_GROUPS*>(malloc(cbGroups));
+    if (pGroups == nullptr && cbGroups != 0)
     {
         gg_ptrc->Trace(1, szFunction, "Internal", "malloc failed", "err=0x%X",
                        static_cast<unsigned>(GetLastError()));

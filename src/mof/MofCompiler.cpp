@@ -56,7 +56,7 @@ HRESULT CMofCompiler::CompileInFolder(const char* szMof, std::string& strWorkDir
     return hr;
 }
 
-CCurrentDirectory::CCurrentDirectory() : m_bRestored(false)
+CCurrentDirectory::CCurrentDirectory()
 {
     m_szSaved[0] = '\0';
     if (GetCurrentDirectoryA(kMaxDirectory, m_szSaved) >= kMaxDirectory)
@@ -65,19 +65,10 @@ CCurrentDirectory::CCurrentDirectory() : m_bRestored(false)
     }
 }
 
-CCurrentDirectory::~CCurrentDirectory()
+void CCurrentDirectory::Restore() const
 {
-    Restore();
-}
-
-void CCurrentDirectory::Restore()
-{
-    if (!m_bRestored)
+    if (m_szSaved[0] != '\0')
     {
-        m_bRestored = true;
-        if (m_szSaved[0] != '\0')
-        {
-            SetCurrentDirectoryA(m_szSaved);
-        }
+        SetCurrentDirectoryA(m_szSaved);
     }
 }

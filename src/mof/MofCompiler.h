@@ -31,16 +31,15 @@ private:
 class CCurrentDirectory
 {
 public:
+    // Saves the current directory. An exception that leaves the job before Restore leaves the
+    // directory where the last compiled file put it.
     CCurrentDirectory();
-    // Puts the saved directory back when an exception leaves the job before Restore.
-    ~CCurrentDirectory();
     CCurrentDirectory(const CCurrentDirectory&) = delete;
     CCurrentDirectory& operator=(const CCurrentDirectory&) = delete;
-    // Puts the saved directory back; only the first call does anything.
-    void Restore();
+    // Puts the saved directory back.
+    void Restore() const;
 
 private:
     static const DWORD kMaxDirectory = 1024;
     char m_szSaved[kMaxDirectory];
-    bool m_bRestored;
 };

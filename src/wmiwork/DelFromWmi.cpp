@@ -64,9 +64,9 @@ bool CDelFromWmi::NextNamespace()
 {
     gg_ptrc->Trace(3, "CDelFromWmi::NextNamespace", "Enter", "Method NextNamespace has been entered.",
                    "nPosition=%d", m_nPosition);
+    // From -1 (a used-up list) this starts over at the first entry.
     ++m_nPosition;
-    // A used-up list (-1) stays used up instead of starting over at its first entry.
-    if (m_nPosition > 0 && static_cast<size_t>(m_nPosition) < m_namespaces.size())
+    if (static_cast<size_t>(m_nPosition) < m_namespaces.size())
     {
         m_strNamespace = m_namespaces[m_nPosition];
     }

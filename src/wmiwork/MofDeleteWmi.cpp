@@ -107,12 +107,22 @@ bool DoDeleteNonSystemClasses(CMofParse& mp)
     gg_ptrc->Trace(3, szFunction, "Enter", "Method DoDeleteNonSystemClasses has been entered.", "");
     for (const MofEntry& mofClass : mp.Classes())
     {
-        if (mofClass.Name.empty())
+        // The scanner also reports the word class before a brace inside a qualifier string or a
+        // comment, as a class without a name: an internal fault of that one entry, raised after
+        // its record and caught here, so that the other classes are still deleted and the step
+        // stays true (the autorecover step still runs).
+        try
         {
-            // The scanner names every class it reports; a nameless one is an internal fault.
-            gg_ptrc->Trace(1, szFunction, "Exception", "Throwing exception because a class has no name",
-                           "hr=0x%X", static_cast<unsigned>(E_FAIL));
-            throw static_cast<HRESULT>(E_FAIL);
+            if (mofClass.Name.empty())
+            {
+                gg_ptrc->Trace(1, szFunction, "Exception", "Throwing exception because a class has no name",
+                               "hr=0x%X", static_cast<unsigned>(E_FAIL));
+                throw static_cast<HRESULT>(E_FAIL);
+            }
+        }
+        catch (HRESULT)
+        {
+            continue;
         }
         // "__" sorting at or below the name counts as a system class: every name that begins
         // with "__", and every name whose first character sorts after "_" (a lower-case one).

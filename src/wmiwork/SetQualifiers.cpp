@@ -55,13 +55,11 @@ ExitCode SetQualifiers(const char* szIni, const char* szIniBackup)
                 nRet = EXITCODE_ERR_SET_QUALIFIER_FAILED;
                 break;
             }
-            // A value that was set but whose former value cannot be kept ends the job: no
-            // further qualifier is changed without its backup.
-            if (szIniBackup != nullptr && oIniBa.IsUsable() &&
-                !oIniBa.WriteString("Qualifier", strKey.c_str(), (strPath + "=" + strOldValue).c_str()))
+            // A backup line that cannot be written (a read-only or locked file) is recorded by
+            // the write itself and ends nothing: 22 is only for an entry that cannot be set.
+            if (szIniBackup != nullptr && oIniBa.IsUsable())
             {
-                nRet = EXITCODE_ERR_SET_QUALIFIER_FAILED;
-                break;
+                oIniBa.WriteString("Qualifier", strKey.c_str(), (strPath + "=" + strOldValue).c_str());
             }
         }
     }

@@ -5,6 +5,7 @@
 #include "Bstr.h"
 #include "IniFile.h"
 #include "StringConversion.h"
+#include "WmiErrorText.h"
 
 #include <vector>
 
@@ -39,27 +40,41 @@ bool CWMIHelper::ConnectToNamespace(const char* szNamespace)
                    "Method ConnectToNamespace has been entered.", "szNamespace='%s'", szNamespace);
     m_spWbemServices.Release();
     m_spWbemLocator.Release();
-    // A name that cannot be converted must not become the empty name, which ConnectServer
-    // takes for the default namespace.
+    // A name that cannot be converted (out of memory) must not become the empty name, which
+    // ConnectServer takes for the default namespace: it raises E_OUTOFMEMORY, caught below.
     CCStringConversion conv(szNamespace);
-    const wchar_t* wszNamespace = conv.Convert2W();
-    if (wszNamespace != nullptr &&
-        SUCCEEDED(CoCreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER, IID_IWbemLocator,
-                                   m_spWbemLocator.PutVoid())))
+    try
     {
-        CCWmiBstr bstrNamespace(wszNamespace);
-        if (SUCCEEDED(m_spWbemLocator->ConnectServer(bstrNamespace, nullptr, nullptr, nullptr, 0, nullptr,
-                                                     nullptr, m_spWbemServices.Put())))
+        const wchar_t* wszNamespace = conv.Convert2W();
+        if (wszNamespace == nullptr)
         {
-            // Unlike CWmiWork's connections this one does not cloak: the job's own token
-            // is not passed on. The result is not needed: the calls go out either way.
-            CoSetProxyBlanket(m_spWbemServices.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr,
-                              RPC_C_AUTHN_LEVEL_CALL, RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
+            const HRESULT hr = E_OUTOFMEMORY;
+            gg_ptrc->Trace(1, "CWMIHelper::ConnectToNamespace", "Exception",
+                           "Throwing exception because the namespace name could not be converted",
+                           "hr=0x%X '%s'", static_cast<unsigned>(hr), WmiErrorText(hr));
+            throw hr;
         }
-        else
+        if (SUCCEEDED(CoCreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER, IID_IWbemLocator,
+                                       m_spWbemLocator.PutVoid())))
         {
-            m_spWbemServices.Release();
+            CCWmiBstr bstrNamespace(wszNamespace);
+            if (SUCCEEDED(m_spWbemLocator->ConnectServer(bstrNamespace, nullptr, nullptr, nullptr, 0, nullptr,
+                                                         nullptr, m_spWbemServices.Put())))
+            {
+                // Unlike CWmiWork's connections this one does not cloak: the job's own token
+                // is not passed on. The result is not needed: the calls go out either way.
+                CoSetProxyBlanket(m_spWbemServices.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr,
+                                  RPC_C_AUTHN_LEVEL_CALL, RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
+            }
+            else
+            {
+                m_spWbemServices.Release();
+            }
         }
+    }
+    catch (HRESULT)
+    {
+        // Recorded where it was raised; there is no connection.
     }
     // A namespace that cannot be reached is the caller's ordinary case: no failure record.
     const bool bRet = static_cast<bool>(m_spWbemServices);

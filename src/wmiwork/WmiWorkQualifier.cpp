@@ -75,7 +75,11 @@ void CWmiWork::QualifierValueFromText(VARTYPE vt, const char* szValue, VARIANT* 
         // An array keeps its element type and holds no elements.
         pvValue->parray = SafeArrayCreateVector(static_cast<VARTYPE>(vt & VT_TYPEMASK), 0, 0);
     }
-    // Any other type: the type with a zero value, the text is not read.
+    else
+    {
+        // Any other type: the type with a zero value (also a null pointer); the text is not read.
+        pvValue->llVal = 0;
+    }
     pvValue->vt = vt;
 }
 

@@ -81,9 +81,10 @@ TEST_F(CompileFile, VersionDecidesWhetherTheFileIsCompiled)
     const std::vector<std::string> parseError = {"compile_status_info.lPhaseError = 2\n",
                                                  "compile_status_info.ObjectNum = 4\n",
                                                  "compile_status_info.FirstLine = 11\n"};
-    const std::vector<std::string> storeError = {"compile_status_info.lPhaseError = 3\n",
-                                                 "compile_status_info.hRes = 80041026 '",
-                                                 "compile_status_info.ObjectNum = 2\n"};
+    const std::vector<std::string> storeError = {
+        "compile_status_info.lPhaseError = 3\n", "compile_status_info.hRes = 80041026 '",
+        "compile_status_info.ObjectNum = 2\n",
+        "compile_status_info.FirstLine = 4\ncompile_status_info.LastLine = 10"};
     const Case cases[] = {
         {"missing namespace", "", AgentMof("[Version(\"1.0\"), Description(\"agent\")]", kOwner), false,
          "ret=namespace does not exist", true, "ConnectToNamespace failed, namespace does not exist",
@@ -94,6 +95,9 @@ TEST_F(CompileFile, VersionDecidesWhetherTheFileIsCompiled)
          "ret=class definition exists in WMI, but version is older", true},
         // 1.10 reads as 1.1, which is older than 1.9.
         {"versions compare as numbers", AgentMof(Version("1.10")), AgentMof(Version("1.9")), false,
+         "ret=class definition exists in WMI, but version is older", true},
+        {"installed version without a number", AgentMof(Version("beta")),
+         FORCE_UPDATE + AgentMof(Version("1.0"), kOwner), false,
          "ret=class definition exists in WMI, but version is older", true},
         {"installed without version", AgentMof(""), FORCE_UPDATE + AgentMof(Version("1.0"), kOwner), false,
          "ret=-3, qualifier 'version' not found", true, "GetQualifier failed!", "Error "},

@@ -81,6 +81,7 @@ TEST_F(CompileRegistry, OnlyNonEmptyStringValuesAreCompiled)
     m_key.SetString("3_expand", "%TVS_MOFDIR%\\expand.mof", REG_EXPAND_SZ);
     m_key.SetString("4_empty", "");
     m_key.SetBinary("5_binary", strMof);
+    m_key.SetString("6_multi", strMof + std::string(1, '\0'), REG_MULTI_SZ);
     const auto run = RunCm();
     SetEnvironmentVariableA("TVS_MOFDIR", nullptr);
     EXPECT_EQ(0u, run.dwExitCode);
@@ -116,8 +117,12 @@ TEST_F(CompileRegistry, FailedFilesGiveOneGroupEachAndTheResultStaysZero)
         m_world.WriteMof("empty.mof", ""),
         m_world.WriteMof("good.mof", ClassMof("Tvs_One")),
     };
-    for (size_t i = 0; i < files.size(); ++i)
-        m_key.SetString(std::to_string(i).c_str(), files[i]);
+    // Created last to first, named a0, B1, c2, ...: the registry's order is not the creation order
+    // and not the order of a case-sensitive sort.
+    for (size_t i = files.size(); i-- > 0;)
+        m_key.SetString(
+            (std::string(1, static_cast<char>((i % 2 ? 'A' : 'a') + i)) + std::to_string(i)).c_str(),
+            files[i]);
     const auto run = RunCm();
     ASSERT_FALSE(run.bTimedOut);
     EXPECT_EQ(0u, run.dwExitCode);
@@ -170,10 +175,13 @@ TEST_F(CompileRegistry, PathWithoutFolderTakesTheExceptionRoute)
     const std::string strMof = m_world.WriteMof("agent.mof", ClassMof("Tvs_One"));
     m_key.SetString("a", strMof);
     m_key.SetString("b", "agent.mof");
-    const auto run = RunCm();
+    testkit::TarvosOptions options;
+    options.strTraceFile = "cm.trc"; // follows the current directory, which agent.mof's folder stays
+    const auto run = RunCm(options);
     EXPECT_EQ(19u, run.dwExitCode);
-    EXPECT_EQ(0u, Only(run, "DoTheJob", "Exception", "Exception caught").rfind("hr=0x80070057 '", 0));
-    EXPECT_TRUE(run.Records(kFunction, "Leave").empty());
+    const auto inMofDir = testkit::ReadTrace(m_world.Dir().File("cm.trc"));
+    EXPECT_EQ(0u, Only(inMofDir, "DoTheJob", "Exception", "Exception caught").rfind("hr=0x80070057 '", 0));
+    EXPECT_TRUE(inMofDir.Records(kFunction, "Leave").empty());
     EXPECT_NE(std::string::npos, m_world.Dump("root\\TarvosTest").find("Tvs_One"));
 }
 

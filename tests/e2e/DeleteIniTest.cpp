@@ -103,6 +103,10 @@ TEST_F(DeleteIni, DeletesExactlyWhatTheFileLists)
          "[DeleteNamespace]\nB=root\\TarvosTestX\\Y\nA=root\\TarvosTestX\n", ""},
         {"forced", Ns("root\\TarvosTestX") + kClasses + Inst(1) + Ns("root\\TarvosTestX\\Y") + kClasses,
          "[DeleteNamespace]\nN=root\\TarvosTestX\n", "", 0, 0, true},
+        {"references are followed before instances and classes go", kVt123 + kLink,
+         "[DeleteClasses]\nC=SampleLink\n[DeleteInstances]\nI=SampleLink\n[DeleteInstancesByRef]\nSampleLink="
+         "Target\n",
+         kVt + Inst(1) + Inst(3, "SampleChild")},
         {"a reference into another namespace is refused and the job goes on", kVt123 + kLink + kFarLink,
          "[DeleteInstancesByRef]\nFarLink=Target\nSampleLink=Target\n",
          kVt + Inst(1) + Inst(3, "SampleChild") + kLink + kFarLink},
@@ -133,6 +137,8 @@ TEST_F(DeleteIni, BadInputChangesNothingItWasNotAskedTo)
          kVt123 + kLink},
         {"a namespace path without a parent", kVt123,
          "[DeleteNamespace]\nN1=\\\\.\\root\nN2=root\\VT_Eventing\n", kVt123, 0, 1, true},
+        {"not forced, it is refused as not empty", kVt123 + Ns("root\\TarvosTestX"),
+         "[DeleteNamespace]\nN1=\\\\.\\root\nN2=root\\TarvosTestX\n", kVt123, 0, 2},
     };
     for (const auto& c : cases)
         Check(c);
@@ -187,4 +193,12 @@ TEST_F(DeleteIni, RecordsFollowTheKeysInFileOrder)
     EXPECT_EQ(expected, messages);
     const std::string strAfter = m_world.Dump("root");
     EXPECT_EQ(e2e::DumpOf(m_world, kVtBase), strAfter);
+    // A namespace that is not there does not stop the next one.
+    m_world.Seed(Ns("root\\TarvosTestX"));
+    const auto ns = Run("[DeleteNamespace]\nA=root\\Missing\nB=root\\TarvosTestX\n", false);
+    EXPECT_EQ(0u, e2e::Only(ns, "CWmiWork::NamespaceDelete", "Internal", "ConnectToNamespace failed!", true)
+                      .rfind("Error hr=0x8004100E '", 0));
+    EXPECT_EQ("Warning ns='root\\Missing'", e2e::Only(ns, "CDelFromWmi::RemoveNamespaces", "Internal",
+                                                      "CWmiWork::NamespaceDelete failed", true));
+    EXPECT_EQ(strAfter, m_world.Dump("root"));
 }

@@ -44,6 +44,20 @@ TEST_F(EmuOnly, RefusedConnectionOfTheVersionCheckIsFour)
     EXPECT_EQ(strBefore, m_world.Dump("root"));
 }
 
+// A refused class read counts as a missing class: the file is compiled.
+TEST_F(EmuOnly, RefusedClassReadOfTheVersionCheckCompiles)
+{
+    m_world.Seed(Agent("1.0"));
+    m_world.Fault("GetObject 0x80041003 class=Tvs_Agent");
+    const auto run = RunCf("1.1");
+    EXPECT_EQ(0u, run.dwExitCode);
+    EXPECT_EQ("ret=class definition does not exist in WMI", Only(run, kCheck, "Leave"));
+    const std::string strRead =
+        Only(run, kCheck, "Internal", "GetObject failed, class might not exist!", true);
+    EXPECT_EQ(0u, strRead.rfind("Info hr=0x80041003 '", 0)) << strRead;
+    EXPECT_EQ(1u, run.Records(kCompile, "Internal", "spMofCompiler->CompileFile succeeded").size());
+}
+
 TEST_F(EmuOnly, NegativeCompileResultIsLoggedAsSuccess)
 {
     m_world.Fault("CompileFile 0x80041001");
@@ -72,6 +86,26 @@ TEST_F(EmuOnly, UnregisteredCompilerIsSixteen)
     EXPECT_EQ(0u, strFailed.rfind("Error Error 0x80040154! '", 0)) << strFailed;
     EXPECT_TRUE(run.Records("CMofCompiler::CompileInFolder", "Enter").empty());
     EXPECT_EQ(strBefore, m_world.Dump("root"));
+    // A failure HRESULT from the compiler is not a failed compilation: no group, and still 0.
+    m_world.Fault("CompileFile 0x80041001");
+    const auto failed = RunTarvos("/cm \"/key=" + key.SubKey() + "\"");
+    EXPECT_EQ(0u, failed.dwExitCode);
+    EXPECT_EQ(1u, failed.Records("CMofCompiler::CompileInFolder", "Enter").size());
+    EXPECT_TRUE(failed.Records("", "", "Could not compile MOF %s!").empty());
+}
+
+// /DD /MOF: an instance deletion that WMI refuses is a warning, and the class still goes.
+TEST_F(EmuOnly, RefusedInstanceDeletionIsAWarning)
+{
+    const std::string strMof =
+        e2e::Ns("root\\TarvosTest") +
+        "class Tv_Esc { [key] string Name; };\ninstance of Tv_Esc { Name = \"q\"; };\n";
+    m_world.Seed(strMof);
+    m_world.Fault("DeleteInstance 0x80041003 class=Tv_Esc");
+    const auto run = RunTarvos("/dd \"/mof=" + m_world.WriteMof("x.mof", strMof) + "\"");
+    EXPECT_EQ("Warning ns='\\\\.\\root\\TarvosTest' path='Tv_Esc.Name=\"q\"'",
+              Only(run, "", "", "INSTANCE DELETION ERROR", true));
+    EXPECT_EQ("Verbose ns='root\\TarvosTest' path='Tv_Esc'", Only(run, "", "", "CLASS DELETED", true));
 }
 
 // /SQ: the class write is refused; what was set before stays, the job stops with 22.

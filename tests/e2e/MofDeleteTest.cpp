@@ -17,7 +17,7 @@ const std::string kNsDel = e2e::Pragma("root\\TarvosTestDel");
 
 // Keys of every kind, a class the deletion keeps (lower-case first letter), a second pragma.
 const std::string kAgentMof = "#pragma autorecover\n" + e2e::Ns("root\\TarvosTestDel") +
-                              "class Tv_Keys { [key] string Name; [key] uint32 Id; string Note; };\n"
+                              "class Tv_Keys { [KEY] string Name; [Key] uint32 Id; string Note; };\n"
                               "class Tv_Default { [key] string Name = \"dflt\"; uint32 N; };\n"
                               "class Tv_Ref { [key] Tv_Keys ref Target; };\n"
                               "class tv_lower { [key] string Name; };\n"
@@ -98,8 +98,11 @@ TEST_F(MofDelete, WhatTheMofInstalledGoesAndAllElseStays)
     ASSERT_EQ(0u, RunTarvos("/cf \"/mof=" + m_strMof + "\"").dwExitCode);
     m_world.Seed(kNsDel + "instance of tv_lower { Name = \"kept\"; };\n");
     ASSERT_NE(std::string::npos, AutoRecover().find("agent.mof"));
-    // The scanner also finds a system class in the text: it is passed over.
-    const auto run = Delete(m_world.WriteMof("agent.mof", kAgentMof + "class __SystemClass\n{\n};\n"));
+    // The scanner also finds a nameless class in a comment and a system class: both are passed over.
+    // A namespace instance in any letter case stays.
+    const auto run = Delete(m_world.WriteMof(
+        "agent.mof", "/* Base class: {see docs} */\n" + kAgentMof + "class __SystemClass\n{\n};\n" +
+                         e2e::Pragma("root") + "instance of __NAMESPACE { Name = \"TarvosTestDel\"; };\n"));
     EXPECT_EQ(0u, run.dwExitCode) << run.strTrace;
     EXPECT_EQ(strLeft, m_world.Dump("root"));
     const std::vector<std::string> deleted = {
@@ -117,7 +120,9 @@ TEST_F(MofDelete, WhatTheMofInstalledGoesAndAllElseStays)
               Messages(run, "CLASS DELETED"));
     EXPECT_EQ((std::vector<std::string>{"Info name='tv_lower'", "Info name='__SystemClass'"}),
               Messages(run, "Skipping deletion of system class"));
-    EXPECT_EQ(1u, Messages(run, "Removing entry from AUTORECOVER value").size());
+    EXPECT_EQ(1u, Messages(run, "Throwing exception because a class has no name").size());
+    EXPECT_EQ(std::vector<std::string>{"Verbose [1]='" + m_strMof + "'"},
+              Messages(run, "Removing entry from AUTORECOVER value"));
     EXPECT_EQ(MultiSz({"C:\\other.mof"}), AutoRecover());
 
     // Twice: nothing left to find, and still done; only the kept class can be asked for its instance.

@@ -83,6 +83,19 @@ TEST_F(SetQualifiersJob, BackupRestoresTheFormerValueOnAClassWithInstancesAndSub
     EXPECT_EQ(backup, Section("cfg.d\\quals_backup.ini"));
     EXPECT_EQ(0u, RunSq(m_world.Dir().File("cfg.d\\quals_backup.ini")).dwExitCode);
     EXPECT_EQ(WithQualifier(m_strBefore, "SampleClass", "version", "\"2.0\""), m_world.Dump("root"));
+    // A backup file that cannot be written (locked here) ends nothing: every entry is set.
+    const HANDLE hLock = CreateFileA(m_world.Dir().File("cfg.d\\quals_backup.ini").c_str(), GENERIC_READ,
+                                     FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    const auto locked =
+        RunSq(WriteIni("cfg.d\\quals.ini", {"1=root\\TarvosTestEventing:SampleClass.version=3",
+                                            "2=root\\TarvosTestEventing:TypedClass.S1=x"}),
+              true);
+    CloseHandle(hLock);
+    EXPECT_EQ(0u, locked.dwExitCode);
+    EXPECT_EQ(WithQualifier(WithQualifier(m_strBefore, "SampleClass", "version", "\"3\""), "TypedClass", "S1",
+                            "\"x\""),
+              m_world.Dump("root"));
+    EXPECT_EQ(backup, Section("cfg.d\\quals_backup.ini"));
 }
 
 TEST_F(SetQualifiersJob, ValuesAreReadByTypeUpToTheFirstMissingKey)

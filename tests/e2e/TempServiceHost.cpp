@@ -2,7 +2,8 @@
 // the service side of /system under Wine's service control manager. Under Wine no process runs
 // as LocalSystem, so in this program the account test answers true whenever a normal instance
 // of it is running: that is the process the service control manager starts from it for the
-// temporary service. The real account test still runs first, so the trace is the product's.
+// temporary service, and also when TVS_LOCALSYSTEM is set (a LocalSystem run beside no normal
+// instance). The real account test still runs first, so the trace is the product's.
 #include "ArcaTrace.h"
 #include "DoTheJob.h"
 #include "ExitCode.h"
@@ -21,7 +22,7 @@ public:
     static bool IsLocalSystem()
     {
         CCTempService::IsLocalSystem();
-        return gg_nInst > 0;
+        return gg_nInst > 0 || GetEnvironmentVariableA("TVS_LOCALSYSTEM", nullptr, 0) != 0;
     }
 };
 } // namespace

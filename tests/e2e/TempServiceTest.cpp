@@ -154,6 +154,7 @@ TEST_F(TempService, JobRunsInsideTheServiceAndItsCodeComesBack)
         {"not newer", AgentMof("1.0"), true, 18, 0},
         {"compile error", AgentMof("3.0", "instance of Tvs_Agent { Name = ; };\n"), false, 17, 17},
     };
+    testkit::CSharedCounters counters(HostExe()); // held open: the counters outlive each run
     for (const Case& c : aCases)
     {
         SCOPED_TRACE(c.szName);
@@ -166,7 +167,8 @@ TEST_F(TempService, JobRunsInsideTheServiceAndItsCodeComesBack)
         EXPECT_EQ(c.dwExit, run.normal.dwExitCode);
 
         // Normal side: started, waited for, deleted; 18 becomes 0 only here.
-        EXPECT_NE(std::string::npos, run.normal.strTrace.find("\ngg_nInst=0, gg_nSystemInst=0"));
+        EXPECT_EQ(0, counters.Inst());
+        EXPECT_EQ(0, counters.SystemInst());
         EXPECT_EQ(0u,
                   Only(run.normal, "CCTempService::StartAsService", "Leave").rfind("ret=0x00000000, ", 0));
         EXPECT_EQ("dwTimeOut=5000", Only(run.normal, "CCTempService::WaitForServiceEnd", "Enter"));
@@ -194,24 +196,55 @@ TEST_F(TempService, JobRunsInsideTheServiceAndItsCodeComesBack)
     }
 }
 
-// Beside a normal instance but not started as a service: the dispatcher fails, the job runs here.
-TEST_F(TempService, ProcessNotStartedAsServiceRunsTheJobItself)
+// Wine's service control manager hands the start arguments over as a list that an empty one ends:
+// the service sees "/cf /system" without the MOF and refuses the command line the normal side took.
+TEST_F(TempService, CommandLineRefusedInsideTheServiceIsOne)
+{
+    const ServiceRun run = Run(HostExe(), "/cf /system \"\" \"/mof=" + m_world.WriteMof("a.mof", "") + "\"");
+    EXPECT_EQ(1u, run.normal.dwExitCode);
+    EXPECT_EQ("Error ",
+              Only(run.service, "TempServiceProc", "Exception", "ParseCmdLine returned error", true));
+    EXPECT_EQ("gg_nSvcExitcode=1", Only(run.service, "TempServiceProc", "Leave"));
+    EXPECT_TRUE(run.service.Records("DoTheJob").empty());
+    EXPECT_EQ("nReturn=1 '1, '", Only(run.normal, "main", "Leave"));
+}
+
+// As LocalSystem but not started as a service: beside a normal instance the dispatcher fails and
+// the job runs here; beside none there is no dispatcher; a second LocalSystem instance is refused.
+TEST_F(TempService, LocalSystemProcessNotStartedAsService)
 {
     testkit::CSharedCounters counters(HostExe());
     ASSERT_TRUE(counters.IsMapped());
     m_world.Seed(AgentMof("5.0"));
     const std::string strMof = m_world.WriteMof("agent.mof", AgentMof("1.0"));
-    counters.Inst() = 1; // as if a normal instance were running
-    const ServiceRun run = Run(HostExe(), "/cf \"/mof=" + strMof + "\"");
+    const struct
+    {
+        int nInst, nSystemInst;
+        DWORD dwExit;
+        bool bDispatcher;
+    } cases[] = {{1, 0, 0, true}, {0, 0, 0, false}, {1, 1, 23, false}};
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.nInst * 10 + c.nSystemInst);
+        counters.Inst() = c.nInst; // as if a normal instance were running
+        counters.SystemInst() = c.nSystemInst;
+        SetEnvironmentVariableA("TVS_LOCALSYSTEM", c.nInst == 0 ? "1" : nullptr);
+        const ServiceRun run = Run(HostExe(), "/cf \"/mof=" + strMof + "\"");
+        EXPECT_EQ(c.nInst, counters.Inst());
+        EXPECT_EQ(c.nSystemInst, counters.SystemInst()) << "counters balanced";
+        EXPECT_EQ(c.dwExit, run.normal.dwExitCode);
+        EXPECT_TRUE(run.normal.lines.empty()) << "the process traces as the LocalSystem one";
+        EXPECT_EQ(c.bDispatcher ? "ret=0x00000427" : "<0 records>",
+                  Only(run.service, "CCTempService::RegisterDispatcher", "Leave"));
+        EXPECT_TRUE(run.service.Records("CCTempService::ServiceMain").empty());
+        EXPECT_EQ(c.dwExit ? "<0 records>" : "nReturn=18 '18, EXITCODE_ERR_MOF_OLD_VERSION'",
+                  Only(run.service, "DoTheJob", "Leave"));
+        EXPECT_EQ(c.dwExit == 23 ? "gg_nSystemInst=2" : "<0 records>",
+                  Only(run.service, "main", "Exception", "Too many localsystem instances"));
+        EXPECT_EQ(c.dwExit ? "nReturn=23 '23, EXITCODE_ERR_GENERAL_ERROR'" : "nReturn=0 '0, EXITCODE_OK'",
+                  Only(run.service, "main", "Leave"));
+    }
+    SetEnvironmentVariableA("TVS_LOCALSYSTEM", nullptr);
     counters.Inst() = 0;
-    EXPECT_EQ(0, counters.SystemInst());
-    EXPECT_EQ(0u, run.normal.dwExitCode);
-    EXPECT_TRUE(run.normal.lines.empty()) << "the process traces as the LocalSystem one";
-    const std::string strFailed = Only(run.service, "CCTempService::RegisterDispatcher", "Internal",
-                                       "StartServiceCtrlDispatcher failed", true);
-    EXPECT_EQ(0u, strFailed.rfind("Warning err=0x00000427, '", 0)) << strFailed;
-    EXPECT_EQ("ret=0x00000427", Only(run.service, "CCTempService::RegisterDispatcher", "Leave"));
-    EXPECT_TRUE(run.service.Records("CCTempService::ServiceMain").empty());
-    EXPECT_EQ("nReturn=18 '18, EXITCODE_ERR_MOF_OLD_VERSION'", Only(run.service, "DoTheJob", "Leave"));
-    EXPECT_EQ("nReturn=0 '0, EXITCODE_OK'", Only(run.service, "main", "Leave"));
+    counters.SystemInst() = 0;
 }

@@ -3,6 +3,7 @@
 #include "AppTestSupport.h"
 #include "TempService.h"
 
+#include <aclapi.h>
 #include <sddl.h>
 
 namespace
@@ -108,4 +109,20 @@ TEST_F(TempServiceDelete, MissingServiceIsAlreadyGone)
     EXPECT_NE(std::string::npos,
               lines[0].find("\tEnter\tMethod ServiceDelete has been entered.\tServiceName='Tarvos'"));
     EXPECT_EQ(std::vector<std::string>{"ret=true"}, Messages("Leave", "Method ServiceDelete has been left."));
+}
+
+// Last: this process's token is closed to everyone. Then the group list's size is 0, which is
+// allocated as it is; the read fails.
+TEST_F(TempServiceAccount, ZeroGroupListSizeIsNoAllocationFailure)
+{
+    HANDLE hToken = nullptr;
+    ASSERT_TRUE(OpenProcessToken(GetCurrentProcess(), WRITE_DAC, &hToken));
+    ACL acl;
+    InitializeAcl(&acl, sizeof(acl), ACL_REVISION);
+    ASSERT_EQ(0u, SetSecurityInfo(hToken, SE_KERNEL_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, &acl,
+                                  nullptr));
+    CloseHandle(hToken);
+    EXPECT_FALSE(CCTempService::IsAdmin());
+    EXPECT_EQ(1u, Messages("Internal", "GetTokenInformation failed").size());
+    EXPECT_TRUE(Messages("Internal", "malloc failed").empty());
 }

@@ -1,6 +1,7 @@
 // CWMIHelper's INI reads: the growing buffer and the read limit, key order.
+#include "ArcaTrace.h"
+#include "DelFromWmi.h"
 #include "TestKit.h"
-#include "WMIHelper.h"
 
 #include <gtest/gtest.h>
 
@@ -24,4 +25,24 @@ TEST(WMIHelperIni, ValuesAndKeyListsUpToTheReadLimit)
     EXPECT_EQ(strLongKey + std::string(1, '\0'), helper.GetKeyList("K1"));
     EXPECT_EQ("", helper.GetKeyList("K2"));
     EXPECT_EQ("", helper.GetKeyList("Missing"));
+}
+
+// The namespace list starts over after its end; a name that cannot be converted is no connection.
+TEST(WMIHelperIni, NamespaceListAndUnconvertibleName)
+{
+    testkit::CScratchDir dir;
+    testkit::WriteBytes(dir.File("n.ini"), "[Namespaces]\r\na=root\\A\r\nb=root\\B\r\n");
+    CCArcaTrace trace;
+    trace.InitExplicit(dir.File("t.trc").c_str(), 6, 0);
+    CDelFromWmi del;
+    ASSERT_TRUE(del.OpenIni(dir.File("n.ini").c_str()));
+    del.ReadNamespaces();
+    EXPECT_TRUE(del.NextNamespace());
+    EXPECT_FALSE(del.NextNamespace());
+    EXPECT_TRUE(del.NextNamespace());
+    EXPECT_STREQ("root\\A", del.CurrentNamespace());
+    EXPECT_FALSE(del.ConnectToNamespace(nullptr));
+    const auto thrown = testkit::TraceRecords(dir.File("t.trc"), "", "Exception");
+    ASSERT_EQ(1u, thrown.size());
+    EXPECT_EQ("hr=0x8007000E 'Out of memory.'", thrown[0].strMessage);
 }
