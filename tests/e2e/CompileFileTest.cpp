@@ -5,8 +5,8 @@
 #include <gtest/gtest.h>
 
 using e2e::Only;
+using testkit::Find;
 using testkit::RunTarvos;
-using testkit::SplitTabs;
 
 namespace
 {
@@ -29,19 +29,6 @@ const std::string kOwner = "    string Owner;\n";
 
 // WMI replaces a class that has instances only in force mode (the file stores them again).
 const std::string FORCE_UPDATE = "#pragma classflags(\"forceupdate\")\n";
-
-// Index of the first record of the method (and category) at or after nFrom; lines.size() when none.
-size_t Find(const testkit::TarvosRun& run, const std::string& strMethod, const std::string& strCategory,
-            size_t nFrom = 0)
-{
-    for (size_t i = nFrom; i < run.lines.size(); ++i)
-    {
-        const auto cols = SplitTabs(run.lines[i]);
-        if (cols.size() > 6 && cols[4] + "::" + cols[5] == strMethod && cols[6] == strCategory)
-            return i;
-    }
-    return run.lines.size();
-}
 
 class CompileFile : public ::testing::Test
 {
@@ -121,8 +108,8 @@ TEST_F(CompileFile, VersionDecidesWhetherTheFileIsCompiled)
     for (const Case& c : cases)
     {
         SCOPED_TRACE(c.szName);
-        const std::string strExpected = e2e::DumpOf(m_world, c.strSeed, c.bCompiled ? c.strMof : "");
-        e2e::DumpOf(m_world, c.strSeed);
+        const std::string strExpected = m_world.DumpOf(c.strSeed, c.bCompiled ? c.strMof : "");
+        m_world.DumpOf(c.strSeed);
         const auto run = RunCf(c.strMof, c.bForce);
         EXPECT_EQ(c.dwExit, run.dwExitCode);
         if (*c.szResult != '\0')
@@ -192,7 +179,7 @@ TEST_F(CompileFile, MofsFolderIsTheCurrentDirectoryEvenWithAnsiCharacters)
     const auto run = RunTarvos("/cf \"/mof=" + strMof + "\"", options);
     EXPECT_EQ(0u, run.dwExitCode) << run.strTrace;
     const std::string strActual = m_world.Dump("root");
-    EXPECT_EQ(e2e::DumpOf(m_world, AgentMof(Version("1.0")) + strSecond), strActual);
+    EXPECT_EQ(m_world.DumpOf(AgentMof(Version("1.0")) + strSecond), strActual);
     // Written in the MOF's folder: the compile step's end and its outcome; from the job's Leave
     // on, the starting directory again.
     const auto inMofFolder = testkit::ReadTrace(m_world.Dir().File(strFolder + "\\cf.trc"));
@@ -226,7 +213,7 @@ TEST_F(CompileFile, SystemRunsTheJobInTheService)
 {
     if (testkit::RunsUnderWine())
         GTEST_SKIP() << "Wine runs no process as LocalSystem (TempService.* prove the service side there)";
-    const std::string strExpected = e2e::DumpOf(m_world, AgentMof(Version("1.0")));
+    const std::string strExpected = m_world.DumpOf(AgentMof(Version("1.0")));
     m_world.Reset();
     const auto run =
         RunTarvos("/cf \"/mof=" + m_world.WriteMof("agent.mof", AgentMof(Version("1.0"))) + "\" /system");

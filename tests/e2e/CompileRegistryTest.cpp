@@ -88,7 +88,7 @@ TEST_F(CompileRegistry, OnlyNonEmptyStringValuesAreCompiled)
     EXPECT_EQ(std::vector<std::string>{strMof}, CompiledFiles(run));
     EXPECT_TRUE(FailureGroups(run).empty());
     const std::string strActual = m_world.Dump("root");
-    EXPECT_EQ(e2e::DumpOf(m_world, ClassMof("Tvs_One")), strActual);
+    EXPECT_EQ(m_world.DumpOf(ClassMof("Tvs_One")), strActual);
 }
 
 TEST_F(CompileRegistry, FailedFilesGiveOneGroupEachAndTheResultStaysZero)
@@ -146,7 +146,7 @@ TEST_F(CompileRegistry, FailedFilesGiveOneGroupEachAndTheResultStaysZero)
     EXPECT_TRUE(run.Has("nReturn=0 '"));
     // The refused class keeps its old definition and its instance.
     const std::string strActual = m_world.Dump("root");
-    EXPECT_EQ(e2e::DumpOf(m_world, strSeed, ClassMof("Tvs_One")), strActual);
+    EXPECT_EQ(m_world.DumpOf(strSeed, ClassMof("Tvs_One")), strActual);
 }
 
 TEST_F(CompileRegistry, KeyNameIsCompletedBelowLocalMachine)
@@ -167,7 +167,7 @@ TEST_F(CompileRegistry, KeyNameIsCompletedBelowLocalMachine)
     EXPECT_EQ(0u, byDefault.dwExitCode);
     EXPECT_EQ(std::vector<std::string>{strOther}, CompiledFiles(byDefault));
     const std::string strActual = m_world.Dump("root");
-    EXPECT_EQ(e2e::DumpOf(m_world, ClassMof("Tvs_Two")), strActual);
+    EXPECT_EQ(m_world.DumpOf(ClassMof("Tvs_Two")), strActual);
 }
 
 TEST_F(CompileRegistry, PathWithoutFolderTakesTheExceptionRoute)
@@ -204,7 +204,7 @@ TEST_F(CompileRegistry, EachFileIsCompiledInItsOwnFolder)
     const auto run = RunCm(options);
     EXPECT_EQ(0u, run.dwExitCode);
     const std::string strActual = m_world.Dump("root");
-    EXPECT_EQ(e2e::DumpOf(m_world, ClassMof("Tvs_FromA"), ClassMof("Tvs_FromB")), strActual);
+    EXPECT_EQ(m_world.DumpOf(ClassMof("Tvs_FromA"), ClassMof("Tvs_FromB")), strActual);
 
     // The starting directory's trace: the job's Enter and Leave, the first compile's Enter;
     // A's: its end and (the directory is not restored between files) the second's start; B's: its end.

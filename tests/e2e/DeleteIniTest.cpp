@@ -56,8 +56,8 @@ protected:
     void Check(const DeleteCase& c)
     {
         SCOPED_TRACE(c.szName);
-        const std::string strExpected = e2e::DumpOf(m_world, c.strAfter);
-        e2e::DumpOf(m_world, c.strBefore);
+        const std::string strExpected = m_world.DumpOf(c.strAfter);
+        m_world.DumpOf(c.strBefore);
         const auto run = Run(c.strIni, c.bForce);
         EXPECT_EQ(c.dwExit, run.dwExitCode);
         EXPECT_EQ(strExpected, m_world.Dump("root"));
@@ -158,13 +158,12 @@ TEST_F(DeleteIni, BadInputChangesNothingItWasNotAskedTo)
         Run("\xFF\xFE" + testkit::Utf16Bytes("[DeleteClasses]\r\nC1=SampleChild\r\n"), false, "w.ini");
     EXPECT_EQ(0u, wide.dwExitCode);
     const std::string strWide = m_world.Dump("root");
-    EXPECT_TRUE(strWide == strBefore || strWide == e2e::DumpOf(m_world, kVtBase + Inst(1) + Inst(2)))
-        << strWide;
+    EXPECT_TRUE(strWide == strBefore || strWide == m_world.DumpOf(kVtBase + Inst(1) + Inst(2))) << strWide;
 }
 
 TEST_F(DeleteIni, RecordsFollowTheKeysInFileOrder)
 {
-    e2e::DumpOf(m_world, kVt123);
+    m_world.DumpOf(kVt123);
     const auto run =
         Run("[DeleteClasses]\nZ=SampleChild\n[DeleteInstances]\nZ=SampleClass.Id=1\nA=SampleClass\n"
             "B=NoSuchClass.Id=1\n",
@@ -192,7 +191,7 @@ TEST_F(DeleteIni, RecordsFollowTheKeysInFileOrder)
     };
     EXPECT_EQ(expected, messages);
     const std::string strAfter = m_world.Dump("root");
-    EXPECT_EQ(e2e::DumpOf(m_world, kVtBase), strAfter);
+    EXPECT_EQ(m_world.DumpOf(kVtBase), strAfter);
     // A namespace that is not there does not stop the next one.
     m_world.Seed(Ns("root\\TarvosTestX"));
     const auto ns = Run("[DeleteNamespace]\nA=root\\Missing\nB=root\\TarvosTestX\n", false);

@@ -4,9 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <initializer_list>
-
 using testkit::RunTarvos;
 
 namespace
@@ -36,36 +33,15 @@ const std::string kOtherMof = e2e::Ns("root\\TarvosTestOther") +
 const std::string kLeftMof = e2e::Ns("root\\TarvosTestDel") + "class tv_lower { [key] string Name; };\n"
                                                               "instance of tv_lower { Name = \"kept\"; };\n";
 
-// The autorecover value as raw bytes, "<none>" when it is missing.
 std::string AutoRecover()
 {
-    HKEY hKey = nullptr;
-    BYTE buffer[4096];
-    DWORD cbData = sizeof(buffer);
-    const bool bRead =
-        RegOpenKeyExA(HKEY_LOCAL_MACHINE, kCimom, 0, KEY_READ, &hKey) == ERROR_SUCCESS &&
-        RegQueryValueExA(hKey, kAutoRecover, nullptr, nullptr, buffer, &cbData) == ERROR_SUCCESS;
-    RegCloseKey(hKey);
-    return bRead ? std::string(reinterpret_cast<const char*>(buffer), cbData) : "<none>";
+    return testkit::RegBytes(HKEY_LOCAL_MACHINE, kCimom, kAutoRecover);
 }
-
 void AutoRecoverSet(const std::string& strBytes, DWORD dwType = REG_MULTI_SZ)
 {
-    if (strBytes == "<none>")
-        RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, kCimom, kAutoRecover);
-    else
-        RegSetKeyValueA(HKEY_LOCAL_MACHINE, kCimom, kAutoRecover, dwType, strBytes.data(),
-                        static_cast<DWORD>(strBytes.size()));
+    testkit::SetRegBytes(HKEY_LOCAL_MACHINE, kCimom, kAutoRecover, strBytes, dwType);
 }
-
-// REG_MULTI_SZ data: each string with its NUL, one more NUL at the end.
-std::string MultiSz(std::initializer_list<const char*> list)
-{
-    std::string str;
-    for (const char* sz : list)
-        str.append(sz, strlen(sz) + 1);
-    return str + '\0';
-}
+using testkit::MultiSz;
 
 class MofDelete : public ::testing::Test
 {
@@ -93,8 +69,8 @@ protected:
 
 TEST_F(MofDelete, WhatTheMofInstalledGoesAndAllElseStays)
 {
-    const std::string strLeft = e2e::DumpOf(m_world, kOtherMof, kLeftMof);
-    e2e::DumpOf(m_world, kOtherMof);
+    const std::string strLeft = m_world.DumpOf(kOtherMof, kLeftMof);
+    m_world.DumpOf(kOtherMof);
     ASSERT_EQ(0u, RunTarvos("/cf \"/mof=" + m_strMof + "\"").dwExitCode);
     m_world.Seed(kNsDel + "instance of tv_lower { Name = \"kept\"; };\n");
     ASSERT_NE(std::string::npos, AutoRecover().find("agent.mof"));

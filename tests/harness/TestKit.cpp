@@ -463,6 +463,59 @@ TarvosRun RunTarvos(const std::string& strArgs, const TarvosOptions& options)
     return run;
 }
 
+std::string Column(const std::string& strRecord, size_t nColumn)
+{
+    const auto cols = SplitTabs(strRecord);
+    return nColumn < cols.size() ? cols[nColumn] : std::string();
+}
+
+std::string Only(const TarvosRun& run, const std::string& strMethod, const std::string& strCategory,
+                 const std::string& strText, bool bLevel)
+{
+    const auto found = run.Records(strMethod, strCategory, strText);
+    if (found.size() != 1)
+        return "<" + std::to_string(found.size()) + " records>";
+    return (bLevel ? Column(found[0], 3) + " " : std::string()) + Message(found[0]);
+}
+
+size_t Find(const TarvosRun& run, const std::string& strMethod, const std::string& strCategory, size_t nFrom)
+{
+    for (size_t i = nFrom; i < run.lines.size(); ++i)
+    {
+        const auto cols = SplitTabs(run.lines[i]);
+        if (cols.size() > 6 && cols[4] + "::" + cols[5] == strMethod && cols[6] == strCategory)
+            return i;
+    }
+    return run.lines.size();
+}
+
+std::string RegBytes(HKEY hRoot, const char* szKey, const char* szName)
+{
+    HKEY hKey = nullptr;
+    BYTE buffer[4096];
+    DWORD cbData = sizeof(buffer);
+    const bool bRead = RegOpenKeyExA(hRoot, szKey, 0, KEY_READ, &hKey) == ERROR_SUCCESS &&
+                       RegQueryValueExA(hKey, szName, nullptr, nullptr, buffer, &cbData) == ERROR_SUCCESS;
+    RegCloseKey(hKey);
+    return bRead ? std::string(reinterpret_cast<const char*>(buffer), cbData) : "<none>";
+}
+
+void SetRegBytes(HKEY hRoot, const char* szKey, const char* szName, const std::string& strBytes, DWORD dwType)
+{
+    if (strBytes == "<none>")
+        RegDeleteKeyValueA(hRoot, szKey, szName);
+    else
+        RegSetKeyValueA(hRoot, szKey, szName, dwType, strBytes.data(), static_cast<DWORD>(strBytes.size()));
+}
+
+std::string MultiSz(const std::vector<std::string>& strings)
+{
+    std::string str;
+    for (const std::string& s : strings)
+        str += s + '\0';
+    return str + '\0';
+}
+
 TarvosRun ReadTrace(const std::string& strPath)
 {
     TarvosRun trace;

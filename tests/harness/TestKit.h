@@ -113,6 +113,28 @@ struct TarvosRun
     bool Has(const std::string& strFragment) const { return strTrace.find(strFragment) != std::string::npos; }
 };
 
+// Columns of a trace record: date, pid, tid, level, class, method, category, text, message.
+std::string Column(const std::string& strRecord, size_t nColumn);
+inline std::string Message(const std::string& strRecord)
+{
+    return Column(strRecord, 8);
+}
+// The single record of a method, category and text as "message" (or "level message" with
+// bLevel); a marker when there is not exactly one.
+std::string Only(const TarvosRun& run, const std::string& strMethod, const std::string& strCategory,
+                 const std::string& strText = "", bool bLevel = false);
+// Index of the first record of a method ("Class::Method") and category at or after nFrom;
+// lines.size() when there is none.
+size_t Find(const TarvosRun& run, const std::string& strMethod, const std::string& strCategory,
+            size_t nFrom = 0);
+
+// A registry value's bytes, "<none>" when it is missing; setting "<none>" deletes it.
+std::string RegBytes(HKEY hRoot, const char* szKey, const char* szName);
+void SetRegBytes(HKEY hRoot, const char* szKey, const char* szName, const std::string& strBytes,
+                 DWORD dwType);
+// REG_MULTI_SZ data: each string with its NUL, one more NUL at the end.
+std::string MultiSz(const std::vector<std::string>& strings);
+
 struct TarvosOptions
 {
     std::string strWorkDir; // empty: a scratch folder

@@ -14,4 +14,28 @@ std::string CWmiWorld::WriteMof(const std::string& strName, const std::string& s
     WriteBytes(strPath, strText);
     return strPath;
 }
+
+std::string CWmiWorld::DumpOf(const std::string& strMof, const std::string& strMore) const
+{
+    Reset();
+    for (const std::string* pText : {&strMof, &strMore})
+        if (!pText->empty())
+            Seed(*pText);
+    return Dump("root");
+}
+
+std::string Pragma(const std::string& strNs)
+{
+    std::string strText = "#pragma namespace(\"\\\\\\\\.";
+    for (char c : "\\" + strNs)
+        strText += c == '\\' ? std::string("\\\\") : std::string(1, c);
+    return strText + "\")\n";
+}
+
+std::string Ns(const std::string& strPath)
+{
+    const size_t nSlash = strPath.rfind('\\');
+    return Pragma(strPath.substr(0, nSlash)) + "instance of __Namespace { Name = \"" +
+           strPath.substr(nSlash + 1) + "\"; };\n" + Pragma(strPath);
+}
 } // namespace testkit

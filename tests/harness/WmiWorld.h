@@ -26,8 +26,17 @@ public:
     virtual std::string Dump(const std::string& strNamespace) const = 0;
     // Back to the world's starting state.
     virtual void Reset() const = 0;
+    // The dump of root when it holds just what the MOF texts define, compiled one after the
+    // other. Made in the world itself, which then holds it: both sides of a comparison come from
+    // the same WMI (and a second CEmuWorld would take the first one's environment variables).
+    std::string DumpOf(const std::string& strMof, const std::string& strMore = "") const;
 
 private:
     CScratchDir m_dir;
 };
+
+// "#pragma namespace" for a path such as root\A\B (single backslashes), on the local machine.
+std::string Pragma(const std::string& strNs);
+// Three lines: creates the namespace in its parent and switches to it.
+std::string Ns(const std::string& strPath);
 } // namespace testkit
