@@ -65,7 +65,7 @@ TEST_F(CompileFile, VersionDecidesWhetherTheFileIsCompiled)
         std::vector<std::string> fragments = {}; // of the "Could not compile MOF" record's message
     };
     const std::string strTvsNs = e2e::Ns("root\\TarvosTest");
-    const std::vector<std::string> parseError = {"compile_status_info.lPhaseError = 2\n",
+    const std::vector<std::string> parseError = {"compile_status_info.lPhaseError = 1\n",
                                                  "compile_status_info.ObjectNum = 4\n",
                                                  "compile_status_info.FirstLine = 11\n"};
     const std::vector<std::string> storeError = {

@@ -14,7 +14,7 @@ namespace
 {
 const char kFunction[] = "CCompMof::CompileMOFsFromRegistry";
 const char kCompileStep[] = "CMofCompiler::CompileInFolder";
-const char kParseFailure[] = "\nVerbose compile_status_info.lPhaseError = 2 'parsing'!\n"
+const char kParseFailure[] = "\nVerbose compile_status_info.lPhaseError = 1 'argument error'!\n"
                              "Verbose compile_status_info.hRes = 8004";
 
 // The files handed to the compiler, in order.

@@ -1,8 +1,9 @@
 // EmuMofCompiler.cpp - IMofCompiler::CompileFile: parse the whole file (a file that does not parse
 // stores nothing), then store its declarations in order; as "Handling Errors with the MOF Compiler"
 // says, the classes and instances stored before a failing declaration stay stored. Errors come back as
-// WBEM_S_FALSE with WBEM_COMPILE_STATUS_INFO filled in: phase 1 for bad arguments, 2 for parsing, 3 for
-// storing. Files carrying "#pragma autorecover" go into the autorecover list of WMI.
+// WBEM_S_FALSE with WBEM_COMPILE_STATUS_INFO filled in, its lPhaseError numbered as the
+// "WBEM_COMPILE_STATUS_INFO structure" page gives them: 1 parsing, 2 argument error, 3 storing. Files
+// carrying "#pragma autorecover" go into the autorecover list of WMI.
 #include "EmuCom.h"
 
 #include "EmuFaults.h"
@@ -13,6 +14,12 @@ namespace wmiemu
 
 namespace
 {
+enum : long
+{
+    PHASE_PARSING = 1,
+    PHASE_ARGUMENT = 2,
+    PHASE_STORING = 3
+};
 const wchar_t CIMOM_KEY[] = L"SOFTWARE\\Microsoft\\WBEM\\CIMOM";
 const wchar_t AUTORECOVER_VALUE[] = L"Autorecover MOFs";
 
@@ -77,27 +84,33 @@ HRESULT CEmuMofCompiler::QueryInterface(REFIID riid, void** ppv)
     return S_OK;
 }
 
-HRESULT CEmuMofCompiler::CompileFile(LPWSTR FileName, LPWSTR, LPWSTR, LPWSTR, LPWSTR, LONG lOptionFlags,
-                                     LONG lClassFlags, LONG lInstanceFlags, WBEM_COMPILE_STATUS_INFO* pInfo)
+HRESULT CEmuMofCompiler::CompileFile(LPWSTR FileName, LPWSTR ServerAndNamespace, LPWSTR, LPWSTR, LPWSTR,
+                                     LONG lOptionFlags, LONG lClassFlags, LONG lInstanceFlags,
+                                     WBEM_COMPILE_STATUS_INFO* pInfo)
 {
     if (pInfo)
         ZeroMemory(pInfo, sizeof(*pInfo));
+    // "IMofCompiler::CompileFile": ServerAndNamespace is the default namespace of the compile,
+    // root\default when null; #pragma namespace overrides it. A malformed one is an argument error.
+    std::wstring defaultNs;
     if (!FileName || !*FileName)
-        return Fail(pInfo, 1, WBEM_E_INVALID_PARAMETER, 0, 0, 0);
+        return Fail(pInfo, PHASE_ARGUMENT, WBEM_E_INVALID_PARAMETER, 0, 0, 0);
+    if (!mofc::DefaultNamespaceOf(ServerAndNamespace, defaultNs))
+        return Fail(pInfo, PHASE_ARGUMENT, WBEM_E_INVALID_NAMESPACE, 0, 0, 0);
     wchar_t full[MAX_PATH * 2];
     DWORD n = GetFullPathNameW(FileName, MAX_PATH * 2, full, nullptr);
     std::wstring path = (n > 0 && n < MAX_PATH * 2) ? full : FileName;
     HRESULT hr = ApplyFault(L"CompileFile", L"", L"");
     if (FAILED(hr))
     {
-        Fail(pInfo, 3, hr, 0, 0, 0);
+        Fail(pInfo, PHASE_STORING, hr, 0, 0, 0);
         return hr;
     }
 
-    mofc::CompileResult result = mofc::ParseFile(path);
+    mofc::CompileResult result = mofc::ParseFile(path, defaultNs);
     if (!result.ok)
-        return Fail(pInfo, result.phase ? result.phase : 2, (HRESULT)result.hr, result.objectNumber,
-                    result.firstLine, result.lastLine);
+        return Fail(pInfo, PHASE_PARSING, (HRESULT)result.hr, result.objectNumber, result.firstLine,
+                    result.lastLine);
     if (lOptionFlags & WBEM_FLAG_CHECK_ONLY)
         return WBEM_S_NO_ERROR;
 
@@ -112,9 +125,9 @@ HRESULT CEmuMofCompiler::CompileFile(LPWSTR FileName, LPWSTR, LPWSTR, LPWSTR, LP
         if (nFailed < result.decls.size())
         {
             const mofc::Declaration& d = result.decls[nFailed];
-            return Fail(pInfo, 3, hr, (long)nFailed + 1, d.firstLine, d.lastLine);
+            return Fail(pInfo, PHASE_STORING, hr, (long)nFailed + 1, d.firstLine, d.lastLine);
         }
-        return Fail(pInfo, 3, hr, 0, 0, 0);
+        return Fail(pInfo, PHASE_STORING, hr, 0, 0, 0);
     }
     if (!(lOptionFlags & WBEM_FLAG_DONT_ADD_TO_LIST))
     {

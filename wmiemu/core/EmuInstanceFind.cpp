@@ -3,6 +3,7 @@
 #include "EmuRepository.h"
 
 #include <algorithm>
+#include <map>
 
 namespace wmiemu
 {
@@ -68,15 +69,37 @@ std::wstring Repository::CanonicalPath(const std::wstring& ns, const std::wstrin
 // of that class and of the classes derived from it, never an instance only of a superclass.
 int Repository::FindInstance(const Namespace& ns, const std::wstring& cls, const ObjectPath& path) const
 {
+    // Per class met: whether it is cls or derives from it, and its instance without values, whose
+    // keys each instance's own values then fill in (as MakeInstance would, once per class).
+    struct CClassKeys
+    {
+        bool bUsable = false;
+        Object tmpl;
+        std::vector<std::pair<std::wstring, Value>> keys;
+    };
+    std::map<std::wstring, CClassKeys> classes;
+    std::vector<std::wstring> pathTexts;
+    for (auto& key : path.keys)
+        pathTexts.push_back(KeyCompareText(key.second));
     for (size_t n = 0; n < ns.instances.size(); ++n)
     {
         const InstData& d = ns.instances[n];
-        if (!NameEq(d.className, cls) && !DerivesFrom(ns.path, d.className, cls))
+        auto itClass = classes.find(Lower(d.className));
+        if (itClass == classes.end())
+        {
+            CClassKeys ck;
+            InstData none;
+            none.className = d.className;
+            ck.bUsable = (NameEq(d.className, cls) || DerivesFrom(ns.path, d.className, cls)) &&
+                         SUCCEEDED(MakeInstance(ns.path, none, ck.tmpl));
+            if (ck.bUsable)
+                ck.keys = KeyValues(ck.tmpl);
+            itClass = classes.emplace(Lower(d.className), std::move(ck)).first;
+        }
+        if (!itClass->second.bUsable)
             continue;
-        Object o;
-        if (FAILED(MakeInstance(ns.path, d, o)))
-            continue;
-        auto keys = KeyValues(o);
+        const Object& o = itClass->second.tmpl;
+        const auto& keys = itClass->second.keys;
         if (path.singleton)
         {
             if (keys.empty())
@@ -86,21 +109,24 @@ int Repository::FindInstance(const Namespace& ns, const std::wstring& cls, const
         if (keys.size() != path.keys.size())
             continue;
         bool bMatch = true;
-        for (auto& [name, value] : path.keys)
+        for (size_t k = 0; k < path.keys.size() && bMatch; ++k)
         {
-            auto it = std::find_if(keys.begin(), keys.end(), [&](const auto& k) {
-                return name.empty() ? keys.size() == 1 : NameEq(k.first, name);
+            const auto& [name, value] = path.keys[k];
+            auto it = std::find_if(keys.begin(), keys.end(), [&](const auto& key) {
+                return name.empty() ? keys.size() == 1 : NameEq(key.first, name);
             });
             const Property* pp = it == keys.end() ? nullptr : FindProp(o.props, it->first);
+            const Value* pv = pp ? &it->second : nullptr;
+            for (size_t v = 0; pp && v < d.values.size(); ++v)
+                if (NameEq(d.values[v].first, it->first))
+                    pv = &d.values[v].second;
             if (!pp)
                 bMatch = false;
             else if (pp->type == CIM_REFERENCE && value.kind == Value::Kind::String &&
-                     it->second.kind == Value::Kind::String)
-                bMatch = CanonicalPath(ns.path, it->second.s) == CanonicalPath(ns.path, value.s);
+                     pv->kind == Value::Kind::String)
+                bMatch = CanonicalPath(ns.path, pv->s) == CanonicalPath(ns.path, value.s);
             else
-                bMatch = KeyCompareText(it->second) == KeyCompareText(value);
-            if (!bMatch)
-                break;
+                bMatch = KeyCompareText(*pv) == pathTexts[k];
         }
         if (bMatch)
             return (int)n;

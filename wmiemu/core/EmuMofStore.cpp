@@ -380,8 +380,15 @@ HRESULT StoreDeclarations(Repository& repo, const std::vector<mofc::Declaration>
             hr = storer.StoreInstance(d, lInstanceFlags | (long)d.instanceFlags);
             break;
         case mofc::Declaration::Kind::DeleteClass:
-            hr = repo.DeleteClass(d.ns, d.deleteClassName);
-            if (hr == (HRESULT)WBEM_E_NOT_FOUND && !d.deleteClassFail)
+            hr = repo.DeleteClass(d.ns, d.deleteTarget);
+            if (hr == (HRESULT)WBEM_E_NOT_FOUND && !d.deleteFail)
+                hr = WBEM_S_NO_ERROR;
+            break;
+        case mofc::Declaration::Kind::DeleteInstance:
+            // "pragma deleteinstance": FAIL stops the compile when the instance (or its class) is not
+            // there, NOFAIL goes on; any other failure stops it either way.
+            hr = repo.DeleteInstance(d.ns, d.deleteTarget);
+            if ((hr == (HRESULT)WBEM_E_NOT_FOUND || hr == (HRESULT)WBEM_E_INVALID_CLASS) && !d.deleteFail)
                 hr = WBEM_S_NO_ERROR;
             break;
         }

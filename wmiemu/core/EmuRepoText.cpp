@@ -367,17 +367,28 @@ std::wstring Repository::Serialize(const std::wstring& nsFilter) const
         std::stable_sort(insts.begin(), insts.end(),
                          [](const auto& a, const auto& b) { return a.first < b.first; });
         for (auto& [rel, pi] : insts)
-        {
-            out += L"instance " + Name(ns.path) + L" " + Name(pi->className) + L"\n";
-            WriteQuals(out, pi->quals, L"  ");
-            Object cls;
-            GetClass(ns.path, pi->className, cls);
-            for (auto& [name, value] : pi->values)
-            {
-                const Property* pp = FindProp(cls.props, name);
-                out += L"  value " + Name(name) + L" = " + ValueText(value, pp ? pp->type : 0) + L"\n";
-            }
-        }
+            out += InstanceText(ns.path, *pi);
+    }
+    return out;
+}
+
+std::wstring Repository::ClassText(const std::wstring& ns, const ClassDef& c)
+{
+    std::wstring out;
+    WriteClass(out, ns, c);
+    return out;
+}
+
+std::wstring Repository::InstanceText(const std::wstring& ns, const InstData& i) const
+{
+    std::wstring out = L"instance " + Name(ns) + L" " + Name(i.className) + L"\n";
+    WriteQuals(out, i.quals, L"  ");
+    Object cls;
+    GetClass(ns, i.className, cls);
+    for (auto& [name, value] : i.values)
+    {
+        const Property* pp = FindProp(cls.props, name);
+        out += L"  value " + Name(name) + L" = " + ValueText(value, pp ? pp->type : 0) + L"\n";
     }
     return out;
 }

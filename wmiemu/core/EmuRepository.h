@@ -26,6 +26,13 @@ public:
     // Text form: the repository file and the dump (sorted, one item a line; see README.md).
     std::wstring Serialize(const std::wstring& nsFilter = L"") const;
     bool Parse(const std::wstring& text, std::wstring& error);
+    static std::wstring ClassText(const std::wstring& ns, const ClassDef& c);
+    std::wstring InstanceText(const std::wstring& ns, const InstData& i) const;
+
+    // Journal records (EmuJournal.cpp): the changes from before to this repository as text, "" when
+    // none; and applying such records (complete ones, one after the other) to a repository.
+    std::wstring JournalRecord(const Repository& before) const;
+    bool ApplyJournal(const std::wstring& records, std::wstring& error);
 
     // Namespaces (names in any of the accepted forms).
     Namespace* FindNs(const std::wstring& ns);
@@ -68,6 +75,8 @@ private:
     HRESULT ToInstData(const std::wstring& ns, const Object& inst, InstData& out, Object& cls) const;
     int FindInstance(const Namespace& ns, const std::wstring& cls, const ObjectPath& path) const;
     std::vector<Object> NamespaceInstances(const std::wstring& ns) const;
+    // The instance of ns with the class and key values of inst (-1 when none).
+    int FindSameInstance(const Namespace& ns, const InstData& inst) const;
 
     std::map<std::wstring, Namespace> m_namespaces; // by lower-case path
 };

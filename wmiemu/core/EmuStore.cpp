@@ -134,35 +134,155 @@ Store& Store::Instance()
     return *s_pStore;
 }
 
+namespace
+{
+std::wstring JournalPath(const std::wstring& path)
+{
+    return path + L".journal";
+}
+
+ULONGLONG SizeOf(const WIN32_FILE_ATTRIBUTE_DATA& fad)
+{
+    return ((ULONGLONG)fad.nFileSizeHigh << 32) | fad.nFileSizeLow;
+}
+
+// The bytes of a file from nOffset on; false when it cannot be read.
+bool ReadFrom(const std::wstring& path, ULONGLONG nOffset, std::string& data)
+{
+    HANDLE h = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                           nullptr, OPEN_EXISTING, 0, nullptr);
+    if (h == INVALID_HANDLE_VALUE)
+        return false;
+    LARGE_INTEGER li;
+    li.QuadPart = (LONGLONG)nOffset;
+    char buf[65536];
+    DWORD dwRead = 0;
+    bool bOk = SetFilePointerEx(h, li, nullptr, FILE_BEGIN) != FALSE;
+    while (bOk && (bOk = ReadFile(h, buf, sizeof(buf), &dwRead, nullptr) != FALSE) && dwRead > 0)
+        data.append(buf, dwRead);
+    CloseHandle(h);
+    return bOk;
+}
+} // namespace
+
+std::wstring Store::JournalHeader() const
+{
+    wchar_t buf[96];
+    swprintf(buf, 96, L"wmiemu-journal 1 %llu %08lX%08lX\n", (unsigned long long)m_nSize,
+             (unsigned long)m_ftWrite.dwHighDateTime, (unsigned long)m_ftWrite.dwLowDateTime);
+    return buf;
+}
+
 HRESULT Store::Sync()
 {
     std::wstring path = RepositoryFilePath();
-    WIN32_FILE_ATTRIBUTE_DATA fad = {};
+    WIN32_FILE_ATTRIBUTE_DATA fad = {}, jad = {};
     bool bExists = GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &fad) != FALSE;
-    ULONGLONG nSize = ((ULONGLONG)fad.nFileSizeHigh << 32) | fad.nFileSizeLow;
-    if (m_bLoaded && path == m_path && bExists && CompareFileTime(&fad.ftLastWriteTime, &m_ftWrite) == 0 &&
-        nSize == m_nSize)
+    GetFileAttributesExW(JournalPath(path).c_str(), GetFileExInfoStandard, &jad);
+    if (!m_bLoaded || path != m_path || bExists != m_bFile ||
+        (bExists && (CompareFileTime(&fad.ftLastWriteTime, &m_ftWrite) != 0 || SizeOf(fad) != m_nSize)))
+    {
+        m_path = path;
+        HRESULT hr = Load(fad, bExists);
+        m_nJournalSize = SizeOf(jad);
+        m_ftJournal = jad.ftLastWriteTime;
+        return hr;
+    }
+    if (!bExists ||
+        (SizeOf(jad) == m_nJournalSize && CompareFileTime(&jad.ftLastWriteTime, &m_ftJournal) == 0))
         return WBEM_S_NO_ERROR;
-    m_path = path;
+    // Only the journal changed: another process appended to it, or started it.
+    HRESULT hr =
+        m_nJournal > 0 && SizeOf(jad) >= m_nJournal ? ApplyJournalFrom(m_nJournal) : Load(fad, bExists);
+    m_nJournalSize = SizeOf(jad);
+    m_ftJournal = jad.ftLastWriteTime;
+    return hr;
+}
+
+HRESULT Store::Load(const WIN32_FILE_ATTRIBUTE_DATA& fad, bool bExists)
+{
     m_ftWrite = fad.ftLastWriteTime;
-    m_nSize = nSize;
+    m_nSize = SizeOf(fad);
+    m_bFile = bExists;
+    m_nJournal = 0;
     if (!bExists)
     {
+        // No file: a fresh repository, and no journal belongs to it.
         m_repo = Repository::Fresh();
         m_bLoaded = true;
         return WBEM_S_NO_ERROR;
     }
     std::wstring text, error;
     Repository repo;
-    if (!ReadTextFile(path, text) || !repo.Parse(text, error))
+    if (!ReadTextFile(m_path, text) || !repo.Parse(text, error))
     {
-        m_lastError = L"cannot read the repository file " + path + L": " + error;
+        m_lastError = L"cannot read the repository file " + m_path + L": " + error;
         m_bLoaded = false;
         return WBEM_E_FAILED;
     }
     m_repo = std::move(repo);
     m_bLoaded = true;
+    return ApplyJournalFrom(0);
+}
+
+HRESULT Store::ApplyJournalFrom(ULONGLONG nOffset)
+{
+    std::string data;
+    if (!ReadFrom(JournalPath(m_path), nOffset, data))
+        return WBEM_S_NO_ERROR;
+    size_t nUsed = 0;
+    if (nOffset == 0)
+    {
+        const std::string header = ToUtf8(JournalHeader());
+        if (data.compare(0, header.size(), header) != 0)
+            return WBEM_S_NO_ERROR; // the journal of another file
+        nUsed = header.size();
+    }
+    // Complete records only: one cut short by a killed process ends without its "end" line.
+    size_t nEnd = data.rfind("\nend\n");
+    nEnd = nEnd == std::string::npos || nEnd + 5 <= nUsed ? nUsed : nEnd + 5;
+    std::wstring error;
+    if (nEnd > nUsed && !m_repo.ApplyJournal(FromUtf8(data.substr(nUsed, nEnd - nUsed)), error))
+    {
+        m_lastError = L"cannot read the journal of " + m_path + L": " + error;
+        m_bLoaded = false;
+        return WBEM_E_FAILED;
+    }
+    m_nJournal = nOffset + nEnd;
     return WBEM_S_NO_ERROR;
+}
+
+HRESULT Store::Append(const std::wstring& record)
+{
+    // A journal goes with a file: the first write of a fresh repository writes the file.
+    if (!m_bFile)
+        return Save();
+    std::string data = ToUtf8((m_nJournal == 0 ? JournalHeader() : std::wstring()) + record);
+    std::wstring path = JournalPath(m_path);
+    HANDLE h =
+        CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                    nullptr, OPEN_ALWAYS, 0, nullptr);
+    LARGE_INTEGER li;
+    li.QuadPart = (LONGLONG)m_nJournal;
+    DWORD dwWritten = 0;
+    // Written over whatever a killed process left after the last complete record.
+    bool bOk = h != INVALID_HANDLE_VALUE && SetFilePointerEx(h, li, nullptr, FILE_BEGIN) &&
+               WriteFile(h, data.data(), (DWORD)data.size(), &dwWritten, nullptr) &&
+               dwWritten == data.size() && SetEndOfFile(h);
+    if (h != INVALID_HANDLE_VALUE)
+        CloseHandle(h);
+    if (!bOk)
+    {
+        m_lastError = L"cannot write the journal " + path;
+        m_bLoaded = false;
+        return WBEM_E_FAILED;
+    }
+    m_nJournal += data.size();
+    WIN32_FILE_ATTRIBUTE_DATA jad = {};
+    GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &jad);
+    m_nJournalSize = SizeOf(jad);
+    m_ftJournal = jad.ftLastWriteTime;
+    return m_nJournal > m_nSize && m_nJournal > 64 * 1024 ? Save() : (HRESULT)WBEM_S_NO_ERROR;
 }
 
 HRESULT Store::Save()
@@ -176,7 +296,12 @@ HRESULT Store::Save()
     WIN32_FILE_ATTRIBUTE_DATA fad = {};
     GetFileAttributesExW(m_path.c_str(), GetFileExInfoStandard, &fad);
     m_ftWrite = fad.ftLastWriteTime;
-    m_nSize = ((ULONGLONG)fad.nFileSizeHigh << 32) | fad.nFileSizeLow;
+    m_nSize = SizeOf(fad);
+    m_bFile = true;
+    // The old journal no longer belongs to the file (its header says so) even where it stays.
+    DeleteFileW(JournalPath(m_path).c_str());
+    m_nJournal = m_nJournalSize = 0;
+    m_ftJournal = FILETIME{};
     return WBEM_S_NO_ERROR;
 }
 
@@ -197,8 +322,9 @@ HRESULT Store::Modify(const std::function<HRESULT(Repository&)>& f, bool bKeepOn
     hr = f(copy);
     if (FAILED(hr) && !bKeepOnFailure)
         return hr;
+    std::wstring record = copy.JournalRecord(m_repo);
     m_repo = std::move(copy);
-    HRESULT hrSave = Save();
+    HRESULT hrSave = record.empty() ? (HRESULT)WBEM_S_NO_ERROR : Append(record);
     return FAILED(hrSave) ? hrSave : hr;
 }
 
@@ -206,9 +332,10 @@ HRESULT Store::Reset()
 {
     Lock lock(*this);
     std::wstring path = RepositoryFilePath();
-    if (!DeleteFileW(path.c_str()) && GetLastError() != ERROR_FILE_NOT_FOUND &&
-        GetLastError() != ERROR_PATH_NOT_FOUND)
-        return WBEM_E_FAILED;
+    for (const std::wstring& file : {path, JournalPath(path)})
+        if (!DeleteFileW(file.c_str()) && GetLastError() != ERROR_FILE_NOT_FOUND &&
+            GetLastError() != ERROR_PATH_NOT_FOUND)
+            return WBEM_E_FAILED;
     m_bLoaded = false;
     return WBEM_S_NO_ERROR;
 }

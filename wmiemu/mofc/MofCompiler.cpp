@@ -39,7 +39,6 @@ CompileResult Finish(CMofCompileState& state, bool bOk)
         result.autorecoverFiles = std::move(state.autorecoverFiles);
         return result;
     }
-    result.phase = 2;
     result.hr = state.hr;
     result.objectNumber = state.nErrorObject;
     result.firstLine = state.nErrorFirstLine;
@@ -51,9 +50,27 @@ CompileResult Finish(CMofCompileState& state, bool bOk)
 
 } // namespace
 
-CompileResult ParseFile(const std::wstring& path)
+bool DefaultNamespaceOf(const wchar_t* wszArg, std::wstring& wszNamespace)
+{
+    if (!wszArg || !*wszArg)
+    {
+        wszNamespace = L"root\\default";
+        return true;
+    }
+    // Resolved against no namespace at all, a relative path stays relative and is refused.
+    std::wstring wszResolved;
+    if (!ResolveMofNamespace(std::wstring(), wszArg, wszResolved) || wszResolved.size() < 4 ||
+        !EqualsNoCase(wszResolved.substr(0, 4), L"root") ||
+        (wszResolved.size() > 4 && wszResolved[4] != L'\\'))
+        return false;
+    wszNamespace = wszResolved;
+    return true;
+}
+
+CompileResult ParseFile(const std::wstring& path, const std::wstring& defaultNamespace)
 {
     CMofCompileState state;
+    state.wszNamespace = defaultNamespace;
     std::wstring wszFull = FullPathOf(path);
     std::string strBytes;
     if (path.empty() || !ReadFileBytes(path, strBytes))

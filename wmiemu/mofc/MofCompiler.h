@@ -6,15 +6,15 @@
 // #pragma include("x") is resolved as WMI's compiler does: an absolute path as it is, else against the
 // current directory of the process, then against the folder of the including file.
 //
-// On success: ok = true, phase = 0, hr = 0, decls in file order (included files' declarations where
+// On success: ok = true, hr = 0, decls in file order (included files' declarations where
 // the include stands), autorecoverFiles = full paths of the files carrying #pragma autorecover (each
 // once, in order of appearance).
-// On error the whole compile stops: ok = false, decls is left empty, and
-//   phase         2 (syntax/parse error, including an include file that cannot be opened or read)
+// On error (a parsing error, also an include file that cannot be opened or read) the whole compile
+// stops: ok = false, decls is left empty, and
 //   hr            one of the MOFC_E_* codes below (the codes of Microsoft's MOF compiler)
 //   objectNumber  1-based ordinal of the declaration being parsed when the error was found, counted
 //                 across included files (class, instance, qualifier declarations and
-//                 #pragma deleteclass all count); 0 when the error is outside any declaration
+//                 #pragma deleteclass/deleteinstance all count); 0 when the error is outside any declaration
 //                 (e.g. a bad #pragma before the first one)
 //   firstLine, lastLine  first line of that declaration (or of the error when objectNumber is 0) and
 //                 the line where the error was found
@@ -61,6 +61,7 @@ enum : long
     MOFC_E_EXPECTED_FLAVOR_TYPE = (long)0x80044022,
     MOFC_E_MULTIPLE_ALIASES = (long)0x80044024, // the same $alias defined twice
     MOFC_E_INVALID_FLAGS_SYNTAX = (long)0x80044028,
+    MOFC_E_INVALID_DELETEINSTANCE_SYNTAX = (long)0x8004402c,
     MOFC_E_INVALID_QUALIFIER_SYNTAX = (long)0x8004402d,
     MOFC_E_ERROR_INVALID_INCLUDE_FILE = (long)0x80044030,
     MOFC_E_INVALID_DELETECLASS_SYNTAX = (long)0x80044031,
@@ -69,7 +70,6 @@ enum : long
 struct CompileResult
 {
     bool ok = false;
-    int phase = 0; // 2: parse error
     long hr = 0;
     int objectNumber = 0;
     int firstLine = 0, lastLine = 0;
@@ -79,7 +79,14 @@ struct CompileResult
     std::vector<std::wstring> autorecoverFiles; // full paths of files that carry #pragma autorecover
 };
 
-CompileResult ParseFile(const std::wstring& path);
+// defaultNamespace: the namespace in effect before the first "#pragma namespace" (absolute
+// "root\..." form); CompileFile's ServerAndNamespace argument, "root\default" when absent.
+CompileResult ParseFile(const std::wstring& path, const std::wstring& defaultNamespace = L"root\\default");
+// The default namespace a compile's namespace argument names ("IMofCompiler::CompileFile",
+// ServerAndNamespace): null or empty gives "root\default"; "\\server\root\x", "//./root/x" and
+// "root\x" give "root\x" (the server part is dropped, the emulator serves this machine only).
+// False for a path that does not start at root or is malformed.
+bool DefaultNamespaceOf(const wchar_t* wszArg, std::wstring& wszNamespace);
 // pseudoPath stands for the text's file: it names it in messages and Declaration::file, anchors
 // relative includes, and is what #pragma autorecover registers.
 CompileResult ParseText(const std::wstring& text, const std::wstring& pseudoPath);

@@ -356,9 +356,14 @@ bool CCMofLexer::Run()
             size_t nStart = m_nPos;
             while (IsIdentChar(Peek()))
                 ++m_nPos;
-            if (!EqualsNoCase(m_wszText.substr(nStart, m_nPos - nStart), L"pragma"))
-                return Fail(MOFC_E_UNRECOGNIZED_TOKEN, L"'#' not followed by 'pragma'");
+            std::wstring wszWord = m_wszText.substr(nStart, m_nPos - nStart);
+            bool bInclude = EqualsNoCase(wszWord, L"include");
+            if (!bInclude && !EqualsNoCase(wszWord, L"pragma"))
+                return Fail(MOFC_E_UNRECOGNIZED_TOKEN, L"'#' not followed by 'pragma' or 'include'");
             Push(TokenKind::Pragma);
+            // "#include": #include ("x.mof") is read as #pragma include ("x.mof"), found the same way.
+            if (bInclude)
+                Push(TokenKind::Ident, wszWord);
         }
         else if (std::wstring(L"{}[]();,:=+-").find(ch) != std::wstring::npos)
         {

@@ -35,9 +35,12 @@
 //   "createonly"=2 (WBEM_FLAG_CREATE_ONLY), "safeupdate"=0x20 (WBEM_FLAG_UPDATE_SAFE_MODE),
 //   "forceupdate"=0x40 (WBEM_FLAG_UPDATE_FORCE_MODE); numbers are taken as they are; 0 means
 //   create-or-update.
-// - DeleteClass comes from "#pragma deleteclass("Name", FAIL|NOFAIL)": deleteClassFail is true for FAIL.
+// - DeleteClass comes from "#pragma deleteclass("Name", FAIL|NOFAIL)", DeleteInstance from
+//   "#pragma deleteinstance("Class.Key=1", FAIL|NOFAIL)": deleteTarget is the class name or the
+//   object path as written, deleteFail is true for FAIL.
 // - "qualifier X : type = v, scope(...);" declarations are parsed and dropped (WMI keeps no state for
-//   them that the emulator needs).
+//   them that the emulator needs); "qualifier X : ToInstance Amended;" gives the flavors of every later
+//   X qualifier of the compile, flavors written at a use applying on top.
 #pragma once
 
 #include <memory>
@@ -151,13 +154,14 @@ struct Declaration
     {
         Class,
         Instance,
-        DeleteClass
+        DeleteClass,
+        DeleteInstance
     } kind = Kind::Class;
     std::wstring ns; // absolute "root\..." form, see above
     ClassDecl cls;
     InstanceDecl inst;
-    std::wstring deleteClassName;
-    bool deleteClassFail = false;
+    std::wstring deleteTarget;
+    bool deleteFail = false;
     unsigned classFlags = 0;
     unsigned instanceFlags = 0;
     std::wstring file; // full path of the file holding it

@@ -195,28 +195,31 @@ bool CCMofParser::ParsePragmaFlags(unsigned& dwFlags, bool bInstance)
     return true;
 }
 
-// #pragma deleteclass("name", FAIL|NOFAIL): a declaration of its own.
-bool CCMofParser::ParseDeleteClass(int nLine)
+// #pragma deleteclass("name", FAIL|NOFAIL) and #pragma deleteinstance("path", FAIL|NOFAIL): each a
+// declaration of its own ("pragma deleteclass", "pragma deleteinstance").
+bool CCMofParser::ParseDelete(int nLine, Declaration::Kind kind)
 {
     m_nDeclObject = ++m_state.nObjects;
     m_nDeclFirstLine = nLine;
     Declaration decl;
-    decl.kind = Declaration::Kind::DeleteClass;
-    if (!ExpectPunct(L'(', MOFC_E_INVALID_DELETECLASS_SYNTAX))
+    decl.kind = kind;
+    const long hrSyntax = kind == Declaration::Kind::DeleteClass ? MOFC_E_INVALID_DELETECLASS_SYNTAX
+                                                                 : MOFC_E_INVALID_DELETEINSTANCE_SYNTAX;
+    if (!ExpectPunct(L'(', hrSyntax))
         return false;
     if (Cur().kind != TokenKind::String || Cur().text.empty())
-        return Fail(MOFC_E_INVALID_DELETECLASS_SYNTAX, L"expected the class name");
-    decl.deleteClassName = Cur().text;
+        return Fail(hrSyntax, L"expected the class name or instance path");
+    decl.deleteTarget = Cur().text;
     Next();
-    if (!ExpectPunct(L',', MOFC_E_INVALID_DELETECLASS_SYNTAX))
+    if (!ExpectPunct(L',', hrSyntax))
         return false;
     if (IsWord(L"FAIL"))
-        decl.deleteClassFail = true;
+        decl.deleteFail = true;
     else if (!IsWord(L"NOFAIL"))
-        return Fail(MOFC_E_INVALID_DELETECLASS_SYNTAX, L"expected FAIL or NOFAIL");
+        return Fail(hrSyntax, L"expected FAIL or NOFAIL");
     Next();
     decl.lastLine = Cur().nLine;
-    if (!ExpectPunct(L')', MOFC_E_INVALID_DELETECLASS_SYNTAX))
+    if (!ExpectPunct(L')', hrSyntax))
         return false;
     decl.ns = m_state.wszNamespace;
     decl.classFlags = m_state.dwClassFlags;
@@ -315,8 +318,10 @@ bool CCMofParser::ParsePragma()
     if (EqualsNoCase(wszName, L"instanceflags"))
         return ParsePragmaFlags(m_state.dwInstanceFlags, true);
     if (EqualsNoCase(wszName, L"deleteclass"))
-        return ParseDeleteClass(nLine);
-    // locale, source, nonlocal, nonlocaltype, deleteinstance, namespace aliases and unknown pragmas
+        return ParseDelete(nLine, Declaration::Kind::DeleteClass);
+    if (EqualsNoCase(wszName, L"deleteinstance"))
+        return ParseDelete(nLine, Declaration::Kind::DeleteInstance);
+    // locale, source, nonlocal, nonlocaltype, namespace aliases and unknown pragmas
     // change nothing the emulator keeps.
     return SkipPragmaArguments(nLine);
 }

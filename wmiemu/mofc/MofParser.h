@@ -39,6 +39,8 @@ struct CMofCompileState
     std::vector<std::wstring> autorecoverFiles;
     std::map<std::wstring, int> aliasesDefined; // lower-case alias name -> object number
     std::vector<CMofAliasUse> aliasUses;
+    // "Qualifier Name : flavors;" declarations: lower-case name -> the declared flavors.
+    std::map<std::wstring, Qualifier> qualifierFlavors;
     // The first error; once bFailed is set, parsing unwinds.
     bool bFailed = false;
     long hr = 0;
@@ -54,6 +56,8 @@ bool CompileMofText(CMofCompileState& state, const std::wstring& wszFullPath, co
 
 // Resolves a "#pragma namespace" argument against the namespace in effect; false when malformed.
 bool ResolveMofNamespace(const std::wstring& wszCurrent, const std::wstring& wszArg, std::wstring& wszResult);
+
+std::wstring Lower(const std::wstring& wsz);
 
 // The CIM type named by a type word ("uint32", "String", ...); false for any other word.
 bool LookupCimType(const std::wstring& wszWord, CimType& type);
@@ -96,7 +100,7 @@ private:
     bool ParsePragma();
     bool ParsePragmaStrings(std::wstring& wszValue);
     bool ParsePragmaFlags(unsigned& dwFlags, bool bInstance);
-    bool ParseDeleteClass(int nLine);
+    bool ParseDelete(int nLine, Declaration::Kind kind);
     bool IncludeFile(const std::wstring& wszArg, int nLine);
     bool SkipPragmaArguments(int nLine);
 

@@ -7,9 +7,6 @@
 namespace mofc
 {
 
-namespace
-{
-
 std::wstring Lower(const std::wstring& wsz)
 {
     std::wstring wszLower = wsz;
@@ -17,8 +14,6 @@ std::wstring Lower(const std::wstring& wsz)
         ch = (wchar_t)std::towlower(ch);
     return wszLower;
 }
-
-} // namespace
 
 bool CCMofParser::DefineAlias(const std::wstring& wszAlias)
 {
@@ -281,8 +276,19 @@ bool CCMofParser::ParseQualifierDeclaration()
         return false;
     if (IsFlavorWord())
     {
+        // "Qualifier Flavors": "Qualifier Description : ToSubClass Amended;" applies those flavors to
+        // every later Description qualifier of the compile (flavors written at a use still count).
         Qualifier flavors;
-        return ParseFlavors(flavors) && ExpectPunct(L';', MOFC_E_EXPECTED_SEMI);
+        if (!ParseFlavors(flavors))
+            return false;
+        while (IsPunct(L','))
+        {
+            Next();
+            if (!ParseFlavors(flavors))
+                return false;
+        }
+        m_state.qualifierFlavors[Lower(wszName)] = flavors;
+        return ExpectPunct(L';', MOFC_E_EXPECTED_SEMI);
     }
     CimType type = CimType::String;
     if (Cur().kind != TokenKind::Ident || !LookupCimType(Cur().text, type) || type == CimType::Object)

@@ -48,10 +48,7 @@ bool CCMofParser::ParseQualifierList(std::vector<Qualifier>& qualifiers)
         Qualifier qual;
         if (!ParseQualifier(qual))
             return false;
-        std::wstring wszLower = qual.name;
-        for (wchar_t& ch : wszLower)
-            ch = (wchar_t)std::towlower(ch);
-        if (!names.insert(wszLower).second)
+        if (!names.insert(Lower(qual.name)).second)
             return Fail(MOFC_E_DUPLICATE_QUALIFIER, L"qualifier '" + qual.name + L"' given twice");
         qualifiers.push_back(std::move(qual));
         if (IsPunct(L']'))
@@ -69,6 +66,13 @@ bool CCMofParser::ParseQualifier(Qualifier& qual)
 {
     if (!ExpectIdent(qual.name, MOFC_E_EXPECTED_QUALIFIER_NAME, L"a qualifier name"))
         return false;
+    auto itDeclared = m_state.qualifierFlavors.find(Lower(qual.name));
+    if (itDeclared != m_state.qualifierFlavors.end())
+    {
+        std::wstring wszName = qual.name;
+        qual = itDeclared->second;
+        qual.name = wszName;
+    }
     if (IsPunct(L'('))
     {
         Next();

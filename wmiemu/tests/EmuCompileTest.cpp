@@ -2,6 +2,8 @@
 // leaves stored, autorecover registration.
 #include "EmuTestUtil.h"
 
+#include <fstream>
+
 namespace
 {
 std::vector<std::wstring> AutorecoverList()
@@ -53,7 +55,7 @@ instance of EmuProvided { Id = "a" "b"; };
     EXPECT_NE(std::wstring::npos, providers[0].find(L"__Win32Provider.Name=\"EmuProv\""));
 }
 
-TEST_F(EmuTest, SyntaxErrorReportsPhaseTwoWithLinesAndStoresNothing)
+TEST_F(EmuTest, SyntaxErrorReportsPhaseOneWithLinesAndStoresNothing)
 {
     WBEM_COMPILE_STATUS_INFO info = {};
     EXPECT_EQ(WBEM_S_FALSE, Compile("class GoodOne { string A; };\n"
@@ -63,7 +65,7 @@ TEST_F(EmuTest, SyntaxErrorReportsPhaseTwoWithLinesAndStoresNothing)
                                     "    string B\n"
                                     "};\n",
                                     &info));
-    EXPECT_EQ(2, info.lPhaseError);
+    EXPECT_EQ(1, info.lPhaseError);
     EXPECT_EQ(0x80044000, (unsigned long)info.hRes & 0xFFFFF000);
     EXPECT_EQ(2, info.ObjectNum);
     EXPECT_EQ(3, info.FirstLine);
@@ -119,7 +121,7 @@ TEST_F(EmuTest, AliasesResolveForwardAndRefuseCycles)
          "$C; };\n",
          3, WBEM_E_CIRCULAR_REFERENCE, 2},
         {"instance of Node as $E { Id = \"e\"; Next = $E; };\n", 3, WBEM_E_CIRCULAR_REFERENCE, 2},
-        {"instance of Node { Id = \"f\"; Next = $Nowhere; };\n", 2, 0x8004400eUL, 2},
+        {"instance of Node { Id = \"f\"; Next = $Nowhere; };\n", 1, 0x8004400eUL, 2},
     };
     for (auto& row : rows)
     {
@@ -151,7 +153,7 @@ TEST_F(EmuTest, AutorecoverPragmaRegistersTheFileOnce)
               }));
 }
 
-TEST_F(EmuTest, ClassflagsAndDeleteclassPragmasApply)
+TEST_F(EmuTest, ClassflagsDeleteclassAndDeleteinstancePragmasApply)
 {
     CompileOk("class EmuFlagged { uint32 A; };\nclass EmuDoomed { };\n");
     WBEM_COMPILE_STATUS_INFO info = {};
@@ -174,4 +176,94 @@ TEST_F(EmuTest, ClassflagsAndDeleteclassPragmasApply)
     EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"EmuDoomed", obj));
     EXPECT_EQ(WBEM_S_FALSE, Compile("#pragma deleteclass(\"EmuNeverWas\", FAIL)\n", &info));
     EXPECT_EQ(WBEM_E_NOT_FOUND, info.hRes);
+    // "pragma deleteinstance": deletes the instance from the current namespace; FAIL stops the compile
+    // when it (or its class) is not there, NOFAIL goes on.
+    CompileOk("class EmuGone { [key] string K; }; instance of EmuGone { K = \"a\"; };\n"
+              "instance of EmuGone { K = \"b\"; };\n#pragma deleteinstance(\"EmuGone.K=\\\"a\\\"\", FAIL)\n"
+              "#pragma deleteinstance(\"EmuGone.K='zz'\", NOFAIL)\n#pragma deleteinstance(\"NoClass.K=1\", "
+              "nofail)\n");
+    EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"EmuGone.K=\"a\"", obj));
+    EXPECT_EQ(WBEM_S_NO_ERROR, GetObj(Ns().Get(), L"EmuGone.K=\"b\"", obj));
+    for (const char* szMissing : {"EmuGone.K='zz'", "NoClass.K=1"})
+    {
+        EXPECT_EQ(WBEM_S_FALSE, Compile(std::string("class EmuBefore { };\n#pragma deleteinstance(\"") +
+                                            szMissing + "\", FAIL)\nclass EmuAfter { };\n",
+                                        &info));
+        EXPECT_EQ(3, info.lPhaseError);
+        EXPECT_EQ(2, info.ObjectNum);
+        EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"EmuAfter", obj));
+    }
+    EXPECT_EQ(WBEM_S_NO_ERROR, GetObj(Ns().Get(), L"EmuBefore", obj));
+}
+
+// "IMofCompiler::CompileFile": ServerAndNamespace is the default namespace, root\default when null,
+// and #pragma namespace overrides it.
+TEST_F(EmuTest, CompileNamespaceArgumentIsTheDefaultNamespace)
+{
+    const std::string OVERRIDE = "#pragma namespace(\"\\\\\\\\.\\\\root\\\\default\")\n";
+    struct
+    {
+        const wchar_t* wszArg;
+        std::string mof;
+        const wchar_t* wszStoredIn; // nullptr: the compile fails
+        long lPhase = 0;
+        unsigned long hr = 0;
+    } rows[] = {
+        {nullptr, "class NsNull { };", L"root\\default"},
+        {L"", "class NsEmpty { };", L"root\\default"},
+        {L"root\\cimv2", "class NsPlain { };", L"root\\cimv2"},
+        {L"\\\\SERVER\\ROOT\\CIMV2", "class NsServer { };", L"root\\cimv2"},
+        {L"//./root/cimv2", "class NsSlashes { };", L"root\\cimv2"},
+        {L"root\\cimv2", OVERRIDE + "class NsOverridden { };", L"root\\default"},
+        {L"root\\cimv2", "#pragma namespace(\"Sub\")\nclass NsBelow { };", nullptr, 3,
+         WBEM_E_INVALID_NAMESPACE},
+        {L"cimv2", "class NsRelative { };", nullptr, 2, WBEM_E_INVALID_NAMESPACE},
+        {L"root\\NoSuchNs", "class NsMissing { };", nullptr, 3, WBEM_E_INVALID_NAMESPACE},
+    };
+    for (auto& row : rows)
+    {
+        WBEM_COMPILE_STATUS_INFO info = {};
+        const std::wstring cls(row.mof.begin() + row.mof.find("class ") + 6, row.mof.end() - 5);
+        HRESULT hr = Compile(row.mof, &info, L"test.mof", row.wszArg);
+        CComPtrT<IWbemClassObject> obj;
+        if (!row.wszStoredIn)
+        {
+            EXPECT_EQ(WBEM_S_FALSE, hr) << row.mof;
+            EXPECT_EQ(row.lPhase, info.lPhaseError) << row.mof;
+            EXPECT_EQ(row.hr, (unsigned long)info.hRes) << row.mof;
+            EXPECT_EQ(std::wstring::npos, Dump().find(L" " + cls + L"\n")) << row.mof;
+            continue;
+        }
+        EXPECT_EQ(WBEM_S_NO_ERROR, hr) << row.mof;
+        EXPECT_EQ(WBEM_S_NO_ERROR, GetObj(Ns(row.wszStoredIn).Get(), cls.c_str(), obj)) << row.mof;
+        const wchar_t* wszOther =
+            _wcsicmp(row.wszStoredIn, L"root\\cimv2") ? L"root\\cimv2" : L"root\\default";
+        EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns(wszOther).Get(), cls.c_str(), obj)) << row.mof;
+    }
+}
+
+// "#include" (compiled where it stands) is read as #pragma include: the file is looked for in the current
+// folder, then beside the file that includes it (the README's choice); one found nowhere stops the compile.
+TEST_F(EmuTest, IncludeDirectiveLooksInTheCurrentFolderThenBesideTheFile)
+{
+    CreateDirectoryW((m_dir + L"cwd").c_str(), nullptr);
+    std::ofstream((m_dir + L"inc.mof").c_str(), std::ios::binary) << "class FromBeside { };\n";
+    std::ofstream((m_dir + L"cwd\\inc.mof").c_str(), std::ios::binary) << "class FromCurrent { };\n";
+    wchar_t wszOld[MAX_PATH];
+    GetCurrentDirectoryW(MAX_PATH, wszOld);
+    SetCurrentDirectoryW((m_dir + L"cwd").c_str());
+    CompileOk("#include (\"inc.mof\")\nclass After { };\n");
+    CComPtrT<IWbemClassObject> obj;
+    EXPECT_EQ(WBEM_S_NO_ERROR, GetObj(Ns().Get(), L"FromCurrent", obj));
+    EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"FromBeside", obj));
+    DeleteFileW((m_dir + L"cwd\\inc.mof").c_str());
+    CompileOk("#INCLUDE(\"inc.mof\")\n");
+    EXPECT_EQ(WBEM_S_NO_ERROR, GetObj(Ns().Get(), L"FromBeside", obj));
+    WBEM_COMPILE_STATUS_INFO info = {};
+    EXPECT_EQ(WBEM_S_FALSE, Compile("class NotStored { };\n#include(\"absent.mof\")\n", &info));
+    SetCurrentDirectoryW(wszOld);
+    EXPECT_EQ(1, info.lPhaseError);
+    EXPECT_EQ(0x80044030, (unsigned long)info.hRes);
+    EXPECT_EQ(2, info.FirstLine);
+    EXPECT_EQ(WBEM_E_NOT_FOUND, GetObj(Ns().Get(), L"NotStored", obj));
 }

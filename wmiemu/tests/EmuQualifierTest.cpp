@@ -131,3 +131,38 @@ TEST_F(EmuTest, AmendedQualifiersAreNotStoredWithTheAmendedFlag)
         CompileOk("class QAm { [key] string K; };");
     }
 }
+
+// "Qualifier Flavors": "Qualifier Note : ToInstance Amended;" gives every later Note qualifier of the
+// compile those flavors; flavors written at a use apply on top, uses before it keep the defaults.
+TEST_F(EmuTest, QualifierFlavorDeclarationAppliesToLaterUses)
+{
+    CompileOk("class QFlBefore { [Note(\"0\")] string P; };\n"
+              "Qualifier Note : ToInstance, Amended;\n"
+              "class QFl { [Note(\"1\")] string P; [Note(\"2\") : DisableOverride] string R; [Other] string "
+              "S; };\n");
+    const struct
+    {
+        const wchar_t *wszClass, *wszProp, *wszQual;
+        long lFlavor;
+    } rows[] = {
+        {L"QFlBefore", L"P", L"Note", WBEM_FLAVOR_FLAG_PROPAGATE_TO_DERIVED_CLASS},
+        {L"QFl", L"P", L"Note",
+         WBEM_FLAVOR_FLAG_PROPAGATE_TO_DERIVED_CLASS | WBEM_FLAVOR_FLAG_PROPAGATE_TO_INSTANCE |
+             WBEM_FLAVOR_AMENDED},
+        {L"QFl", L"R", L"Note",
+         WBEM_FLAVOR_FLAG_PROPAGATE_TO_DERIVED_CLASS | WBEM_FLAVOR_FLAG_PROPAGATE_TO_INSTANCE |
+             WBEM_FLAVOR_AMENDED | WBEM_FLAVOR_NOT_OVERRIDABLE},
+        {L"QFl", L"S", L"Other", WBEM_FLAVOR_FLAG_PROPAGATE_TO_DERIVED_CLASS},
+    };
+    for (auto& row : rows)
+    {
+        CComPtrT<IWbemClassObject> cls;
+        CComPtrT<IWbemQualifierSet> qs;
+        ASSERT_EQ(WBEM_S_NO_ERROR, GetObj(Ns().Get(), row.wszClass, cls));
+        ASSERT_EQ(WBEM_S_NO_ERROR, cls->GetPropertyQualifierSet(row.wszProp, &qs));
+        CVar v;
+        long lFlavor = -1;
+        ASSERT_EQ(WBEM_S_NO_ERROR, qs->Get(row.wszQual, 0, &v, &lFlavor));
+        EXPECT_EQ(row.lFlavor, lFlavor) << row.wszClass << L"." << row.wszProp;
+    }
+}

@@ -68,16 +68,17 @@ TEST_F(EmuQueryTest, WhereComparesLikesAndCombines)
 TEST_F(EmuQueryTest, BadQueriesGiveWmisCodes)
 {
     CompileOk(MOF);
-    HRESULT hr = 0;
-    Query(L"SELECT * FROM", &hr);
-    EXPECT_EQ(WBEM_E_INVALID_QUERY, hr);
-    Query(L"SELECT * FROM QryItem WHERE", &hr);
-    EXPECT_EQ(WBEM_E_INVALID_QUERY, hr);
-    std::wstring deep = L"SELECT * FROM QryItem WHERE " + std::wstring(20000, L'(') + L"Size = 5";
-    Query(deep.c_str(), &hr);
-    EXPECT_EQ(WBEM_E_INVALID_QUERY, hr);
-    Query(L"SELECT * FROM NoSuchClass", &hr);
-    EXPECT_EQ(WBEM_E_INVALID_CLASS, hr);
+    const std::wstring deep = L"SELECT * FROM QryItem WHERE " + std::wstring(20000, L'(') + L"Size = 5";
+    for (auto& [query, hrExpected] :
+         std::vector<std::pair<std::wstring, HRESULT>>{{L"SELECT * FROM", WBEM_E_INVALID_QUERY},
+                                                       {L"SELECT * FROM QryItem WHERE", WBEM_E_INVALID_QUERY},
+                                                       {deep, WBEM_E_INVALID_QUERY},
+                                                       {L"SELECT * FROM NoSuchClass", WBEM_E_INVALID_CLASS}})
+    {
+        HRESULT hr = 0;
+        Query(query.c_str(), &hr);
+        EXPECT_EQ(hrExpected, hr) << query.substr(0, 40);
+    }
     CComPtrT<IEnumWbemClassObject> en;
     CBstr lang(L"SQL"), q(L"SELECT * FROM QryItem");
     EXPECT_EQ(WBEM_E_INVALID_QUERY_TYPE, Ns()->ExecQuery(lang, q, 0, nullptr, &en));

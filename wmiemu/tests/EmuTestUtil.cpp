@@ -1,6 +1,8 @@
 // EmuTestUtil.cpp - the test fixture's helpers.
 #include "EmuTestUtil.h"
 
+#include "EmuStore.h"
+
 #include <fstream>
 
 std::vector<std::wstring> SafeArrayStrings(SAFEARRAY* psa)
@@ -89,7 +91,8 @@ CComPtrT<IWbemServices>& EmuTest::Ns(const wchar_t* wszNs)
     return *p;
 }
 
-HRESULT EmuTest::Compile(const std::string& mof, WBEM_COMPILE_STATUS_INFO* pInfo, const wchar_t* wszName)
+HRESULT EmuTest::Compile(const std::string& mof, WBEM_COMPILE_STATUS_INFO* pInfo, const wchar_t* wszName,
+                         const wchar_t* wszNs)
 {
     std::wstring path = m_dir + wszName;
     {
@@ -102,7 +105,8 @@ HRESULT EmuTest::Compile(const std::string& mof, WBEM_COMPILE_STATUS_INFO* pInfo
     if (FAILED(hr))
         return hr;
     WBEM_COMPILE_STATUS_INFO info = {};
-    hr = comp->CompileFile(&path[0], nullptr, nullptr, nullptr, nullptr, 0, 0, 0, &info);
+    std::wstring ns = wszNs ? wszNs : L"";
+    hr = comp->CompileFile(&path[0], wszNs ? &ns[0] : nullptr, nullptr, nullptr, nullptr, 0, 0, 0, &info);
     if (pInfo)
         *pInfo = info;
     return hr;
@@ -124,12 +128,12 @@ void EmuTest::SetFaults(const std::string& text)
 
 std::wstring EmuTest::Dump()
 {
-    std::ifstream f((m_dir + L"repository.txt").c_str(), std::ios::binary);
-    std::string s((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
-    int n = MultiByteToWideChar(CP_UTF8, 0, s.data(), (int)s.size(), nullptr, 0);
-    std::wstring w(n, L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, s.data(), (int)s.size(), &w[0], n);
-    return w;
+    std::wstring text;
+    wmiemu::Store::Instance().Read([&](const wmiemu::Repository& repo) {
+        text = repo.Serialize();
+        return WBEM_S_NO_ERROR;
+    });
+    return text;
 }
 
 HRESULT EmuTest::GetObj(IWbemServices* pNs, const wchar_t* wszPath, CComPtrT<IWbemClassObject>& out)

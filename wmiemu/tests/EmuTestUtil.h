@@ -91,12 +91,13 @@ protected:
     // A connection to a namespace; failure is a test failure.
     CComPtrT<IWbemServices>& Ns(const wchar_t* wszNs = L"root\\default");
     HRESULT Connect(const wchar_t* wszNs, CComPtrT<IWbemServices>& out);
-    // Writes a MOF file (8-bit) in the test's folder and compiles it through IMofCompiler.
+    // Writes a MOF file (8-bit) in the test's folder and compiles it through IMofCompiler (wszNs:
+    // its ServerAndNamespace argument).
     HRESULT Compile(const std::string& mof, WBEM_COMPILE_STATUS_INFO* pInfo = nullptr,
-                    const wchar_t* wszName = L"test.mof");
+                    const wchar_t* wszName = L"test.mof", const wchar_t* wszNs = nullptr);
     void CompileOk(const std::string& mof);
     void SetFaults(const std::string& text);
-    std::wstring Dump(); // the repository file's text
+    std::wstring Dump(); // the repository's text, as this process reads it
     HRESULT GetObj(IWbemServices* pNs, const wchar_t* wszPath, CComPtrT<IWbemClassObject>& out);
     std::wstring GetStr(IWbemClassObject* pObj, const wchar_t* wszProp);
     std::vector<std::wstring> EnumNames(IEnumWbemClassObject* pEnum, const wchar_t* wszProp = L"__RELPATH");

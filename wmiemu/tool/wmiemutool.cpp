@@ -2,7 +2,9 @@
 // and checks that the emulator serves WMI in the current Wine prefix. Run under Wine:
 //   wmiemutool path                  the repository file and the fault switch file in use
 //   wmiemutool reset                 a fresh repository (root, root\default, root\cimv2)
-//   wmiemutool seed <file.mof>...    compile MOF files into the repository (no autorecover entry)
+//   wmiemutool seed [-N:<namespace>] <file.mof>...
+//                                    compile MOF files into the repository (no autorecover entry); -N
+//                                    (as mofcomp's) sets the default namespace, root\default without it
 //   wmiemutool dump [<namespace>]    the repository as sorted text on stdout (a namespace and those below)
 //   wmiemutool fault "<switch>"      add a fault switch line; "wmiemutool fault clear" removes all
 //   wmiemutool check                 the locator and the MOF compiler come from wmiemu.dll
@@ -37,17 +39,25 @@ std::wstring Hex(HRESULT hr)
 
 int Usage()
 {
-    Out(stderr,
-        L"usage: wmiemutool path | reset | seed <file.mof>... | dump [<namespace>] | fault \"<switch>\" | "
-        L"fault clear | check\n");
+    Out(stderr, L"usage: wmiemutool path | reset | seed [-N:<namespace>] <file.mof>... | dump [<namespace>] "
+                L"| fault \"<switch>\" | "
+                L"fault clear | check\n");
     return 2;
 }
 
 int Seed(int argc, wchar_t** argv)
 {
-    for (int n = 2; n < argc; ++n)
+    int nFirst = 2;
+    std::wstring ns = L"root\\default";
+    if (_wcsnicmp(argv[2], L"-N:", 3) == 0)
     {
-        mofc::CompileResult r = mofc::ParseFile(argv[n]);
+        if (!mofc::DefaultNamespaceOf(argv[2] + 3, ns) || argc < 4)
+            return Usage();
+        nFirst = 3;
+    }
+    for (int n = nFirst; n < argc; ++n)
+    {
+        mofc::CompileResult r = mofc::ParseFile(argv[n], ns);
         if (!r.ok)
         {
             Out(stderr, std::wstring(argv[n]) + L": parse error " + Hex((HRESULT)r.hr) + L" in object " +

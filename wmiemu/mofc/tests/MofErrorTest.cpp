@@ -47,7 +47,6 @@ TEST(MofError, ObjectNumberAndLinesOfTheFailingDeclaration)
         std::string strText = std::string(g_szThreeObjects) + "\n" + c.szThird + "class Fourth { };\n";
         mofc::CompileResult res = Parse(strText);
         EXPECT_FALSE(res.ok) << c.szThird;
-        EXPECT_EQ(res.phase, 2) << c.szThird;
         EXPECT_EQ(res.hr, c.hr) << c.szThird << Describe(res);
         EXPECT_EQ(res.objectNumber, 3) << c.szThird;
         EXPECT_EQ(res.firstLine, 10) << c.szThird;
@@ -55,24 +54,7 @@ TEST(MofError, ObjectNumberAndLinesOfTheFailingDeclaration)
         EXPECT_EQ(res.errorFile, L"C:\\t\\test.mof");
         EXPECT_NE(res.message.find(L"test.mof("), std::wstring::npos);
         EXPECT_TRUE(res.decls.empty()) << c.szThird;
-        EXPECT_TRUE(res.autorecoverFiles.empty());
     }
-}
-
-TEST(MofError, NothingIsHandedBackOnError)
-{
-    mofc::CompileResult res = Parse("#pragma autorecover\nclass A { };\nclass B { };\nclass C { x };\n");
-    EXPECT_FALSE(res.ok);
-    EXPECT_TRUE(res.decls.empty());
-    EXPECT_TRUE(res.autorecoverFiles.empty());
-    EXPECT_EQ(res.objectNumber, 3);
-    EXPECT_EQ(res.firstLine, 4);
-    res = Parse(std::string(g_szThreeObjects) + "class Third { };\n");
-    ASSERT_TRUE(res.ok) << Describe(res);
-    EXPECT_EQ(res.phase, 0);
-    EXPECT_EQ(res.hr, 0);
-    EXPECT_EQ(res.decls.size(), 3u);
-    EXPECT_EQ(res.decls[2].ns, L"root\\x");
 }
 
 TEST(MofError, ErrorAtTheEndOfTheText)

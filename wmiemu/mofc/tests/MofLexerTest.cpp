@@ -1,5 +1,4 @@
 // MofLexerTest.cpp - literals, comments, escapes and line counting of the MOF text.
-#include "MofLexer.h"
 #include "MofTestUtil.h"
 
 #include <gtest/gtest.h>
@@ -70,23 +69,42 @@ TEST(MofLexer, SixtyFourBitLimits)
     v = DefaultOf("sint64", "-9223372036854775808");
     EXPECT_EQ(v.i, LLONG_MIN);
     EXPECT_FALSE(v.isUnsigned);
-    for (const char* szBad : {"18446744073709551616", "0x10000000000000000", "-9223372036854775809"})
-    {
-        mofc::CompileResult res = ParseDefault("uint64", szBad);
-        EXPECT_FALSE(res.ok) << szBad;
-        EXPECT_EQ(res.hr, mofc::MOFC_E_OUT_OF_RANGE) << szBad << ": " << Describe(res);
-        EXPECT_EQ(res.lastLine, 2) << szBad;
-    }
 }
 
-TEST(MofLexer, MalformedNumbersAreRejected)
+// Bad literals stop the compile at their line, in the declaration that holds them (hr 0: any code).
+TEST(MofLexer, BadLiteralsAreRejectedAtTheirLine)
 {
-    for (const char* szBad : {"09", "0x", "12abc", "0x1G", "1.5x", "102b", "--1", "- x"})
+    const long RANGE = mofc::MOFC_E_OUT_OF_RANGE, CONSTANT = mofc::MOFC_E_ILLEGAL_CONSTANT_VALUE;
+    const struct
     {
-        mofc::CompileResult res = ParseDefault("uint32", szBad);
-        EXPECT_FALSE(res.ok) << szBad;
-        EXPECT_EQ(res.phase, 2) << szBad;
-        EXPECT_EQ(res.lastLine, 2) << szBad << ": " << Describe(res);
+        const char *szType, *szLiteral;
+        long hr;
+    } rows[] = {{"uint64", "18446744073709551616", RANGE},
+                {"uint64", "0x10000000000000000", RANGE},
+                {"sint64", "-9223372036854775809", RANGE},
+                {"uint32", "09", 0},
+                {"uint32", "0x", 0},
+                {"uint32", "12abc", 0},
+                {"uint32", "0x1G", 0},
+                {"uint32", "1.5x", 0},
+                {"uint32", "102b", 0},
+                {"uint32", "--1", 0},
+                {"uint32", "- x", 0},
+                {"string", "\"bad \\q escape\"", CONSTANT},
+                {"string", "\"no end", CONSTANT},
+                {"string", "\"\\x\"", CONSTANT},
+                {"string", "\"line\nbreak\"", CONSTANT},
+                {"char16", "''", 0},
+                {"char16", "'ab'", 0},
+                {"char16", "'a", 0},
+                {"char16", "'\\z'", 0}};
+    for (const auto& row : rows)
+    {
+        mofc::CompileResult res = ParseDefault(row.szType, row.szLiteral);
+        EXPECT_FALSE(res.ok) << row.szLiteral;
+        EXPECT_TRUE(row.hr == 0 || res.hr == row.hr) << row.szLiteral << ": " << Describe(res);
+        EXPECT_EQ(res.lastLine, 2) << row.szLiteral << ": " << Describe(res);
+        EXPECT_EQ(res.objectNumber, 1) << row.szLiteral;
     }
 }
 
@@ -128,18 +146,6 @@ TEST(MofLexer, StringEscapesAndConcatenation)
     EXPECT_TRUE(v.s.empty());
 }
 
-TEST(MofLexer, BadStringsAreRejectedAtTheirLine)
-{
-    for (const char* szBad : {"\"bad \\q escape\"", "\"no end", "\"\\x\"", "\"line\nbreak\""})
-    {
-        mofc::CompileResult res = ParseDefault("string", szBad);
-        EXPECT_FALSE(res.ok) << szBad;
-        EXPECT_EQ(res.hr, mofc::MOFC_E_ILLEGAL_CONSTANT_VALUE) << szBad << ": " << Describe(res);
-        EXPECT_EQ(res.lastLine, 2) << szBad;
-        EXPECT_EQ(res.objectNumber, 1) << szBad;
-    }
-}
-
 TEST(MofLexer, Char16Literals)
 {
     struct
@@ -155,8 +161,6 @@ TEST(MofLexer, Char16Literals)
         EXPECT_TRUE(v.isChar) << c.szLiteral;
         EXPECT_EQ(v.i, c.nValue) << c.szLiteral;
     }
-    for (const char* szBad : {"''", "'ab'", "'a", "'\\z'"})
-        EXPECT_FALSE(ParseDefault("char16", szBad).ok) << szBad;
 }
 
 TEST(MofLexer, CommentsAreSkippedAndLinesCounted)
@@ -176,7 +180,6 @@ TEST(MofLexer, UnterminatedCommentReportsWhereItStarts)
 {
     mofc::CompileResult res = Parse("class A { };\n\n/* never\nclosed\n");
     EXPECT_FALSE(res.ok);
-    EXPECT_EQ(res.phase, 2);
     EXPECT_EQ(res.lastLine, 3) << Describe(res);
     EXPECT_TRUE(res.decls.empty());
 }
@@ -188,28 +191,7 @@ TEST(MofLexer, StrayCharactersAreRejected)
     {
         mofc::CompileResult res = Parse(szBad);
         EXPECT_FALSE(res.ok) << szBad;
-        EXPECT_EQ(res.phase, 2) << szBad;
     }
-}
-
-TEST(MofLexer, TokensCarryTheirLines)
-{
-    std::vector<mofc::Token> tokens;
-    mofc::TokenizeMof(L"class\r\n X\n\n$al \"s\"\"t\" 'c' 1.5 -7 #pragma", tokens);
-    ASSERT_EQ(tokens.size(), 11u);
-    EXPECT_EQ(tokens[0].kind, mofc::TokenKind::Ident);
-    EXPECT_EQ(tokens[1].nLine, 2);
-    EXPECT_EQ(tokens[2].kind, mofc::TokenKind::Alias);
-    EXPECT_EQ(tokens[2].text, L"al");
-    EXPECT_EQ(tokens[2].nLine, 4);
-    EXPECT_EQ(tokens[3].text, L"s");
-    EXPECT_EQ(tokens[4].text, L"t");
-    EXPECT_EQ(tokens[5].kind, mofc::TokenKind::Char);
-    EXPECT_EQ(tokens[6].kind, mofc::TokenKind::Real);
-    EXPECT_EQ(tokens[7].text, L"-");
-    EXPECT_EQ(tokens[8].nValue, 7u);
-    EXPECT_EQ(tokens[9].kind, mofc::TokenKind::Pragma);
-    EXPECT_EQ(tokens[10].kind, mofc::TokenKind::End);
 }
 
 TEST(MofLexer, KeywordsAreNamesWhereANameIsExpected)

@@ -158,8 +158,8 @@ std::string ReadAll(const std::wstring& wszPath)
 std::string Describe(const mofc::CompileResult& res)
 {
     char szHead[160];
-    snprintf(szHead, sizeof(szHead), "ok=%d phase=%d hr=0x%08lX object=%d lines=%d-%d: ", res.ok ? 1 : 0,
-             res.phase, (unsigned long)res.hr, res.objectNumber, res.firstLine, res.lastLine);
+    snprintf(szHead, sizeof(szHead), "ok=%d hr=0x%08lX object=%d lines=%d-%d: ", res.ok ? 1 : 0,
+             (unsigned long)res.hr, res.objectNumber, res.firstLine, res.lastLine);
     return szHead + Utf8(res.message);
 }
 
