@@ -369,7 +369,10 @@ bool NamespaceText(IWbemLocator* pLocator, const std::wstring& strNs, bool bSyst
         CBstr bstrClass(Text(c->p, L"__CLASS"));
         hr = services->CreateInstanceEnum(bstrClass.b, WBEM_FLAG_SHALLOW | WBEM_FLAG_FORWARD_ONLY, nullptr,
                                           &instEnum);
-        if (FAILED(hr) || !ReadAll(instEnum.p, objects))
+        const bool bRead = SUCCEEDED(hr) && ReadAll(instEnum.p, objects);
+        if (!bRead && IsSystemName(bstrClass.Str()))
+            continue; // a system class that has no instances to list (an event class, for one)
+        if (!bRead)
         {
             strError = Hresult((L"CreateInstanceEnum(" + bstrClass.Str() + L") in " + strNs).c_str(), hr);
             return false;
