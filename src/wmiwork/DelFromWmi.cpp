@@ -4,7 +4,6 @@
 #include "ArcaTrace.h"
 #include "Bstr.h"
 #include "StringConversion.h"
-#include "WmiErrorText.h"
 #include "WmiWork.h"
 
 #include <cstring>
@@ -24,21 +23,6 @@ template <class Fn> void ForEachValue(const CWMIHelper& helper, const char* szSe
             fnValue(szKey, strValue.c_str());
         }
     }
-}
-
-// The wide form of a name for a WMI call. A name that cannot be converted (out of memory)
-// raises E_OUTOFMEMORY; the operation that asked for it catches it.
-const wchar_t* WideName(CCStringConversion& conv, const char* szFunction)
-{
-    const wchar_t* wszName = conv.Convert2W();
-    if (wszName == nullptr)
-    {
-        const HRESULT hr = E_OUTOFMEMORY;
-        gg_ptrc->Trace(1, szFunction, "Exception", "Throwing exception because a name could not be converted",
-                       "hr=0x%X '%s'", static_cast<unsigned>(hr), WmiErrorText(hr));
-        throw hr;
-    }
-    return wszName;
 }
 } // namespace
 

@@ -45,15 +45,7 @@ bool CWMIHelper::ConnectToNamespace(const char* szNamespace)
     CCStringConversion conv(szNamespace);
     try
     {
-        const wchar_t* wszNamespace = conv.Convert2W();
-        if (wszNamespace == nullptr)
-        {
-            const HRESULT hr = E_OUTOFMEMORY;
-            gg_ptrc->Trace(1, "CWMIHelper::ConnectToNamespace", "Exception",
-                           "Throwing exception because the namespace name could not be converted",
-                           "hr=0x%X '%s'", static_cast<unsigned>(hr), WmiErrorText(hr));
-            throw hr;
-        }
+        const wchar_t* wszNamespace = WideName(conv, "CWMIHelper::ConnectToNamespace");
         if (SUCCEEDED(CoCreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER, IID_IWbemLocator,
                                        m_spWbemLocator.PutVoid())))
         {
@@ -81,6 +73,19 @@ bool CWMIHelper::ConnectToNamespace(const char* szNamespace)
     gg_ptrc->Trace(3, "CWMIHelper::ConnectToNamespace", "Leave", "Method ConnectToNamespace has been left.",
                    "ret=%s", bRet ? "true" : "false");
     return bRet;
+}
+
+const wchar_t* CWMIHelper::WideName(CCStringConversion& conv, const char* szFunction)
+{
+    const wchar_t* wszName = conv.Convert2W();
+    if (wszName == nullptr)
+    {
+        const HRESULT hr = E_OUTOFMEMORY;
+        gg_ptrc->Trace(1, szFunction, "Exception", "Throwing exception because a name could not be converted",
+                       "hr=0x%X '%s'", static_cast<unsigned>(hr), WmiErrorText(hr));
+        throw hr;
+    }
+    return wszName;
 }
 
 std::string CWMIHelper::GetKeyList(const char* szSection) const

@@ -9,6 +9,8 @@
 
 #include <string>
 
+class CCStringConversion;
+
 class CWMIHelper
 {
 public:
@@ -30,6 +32,10 @@ public:
     std::string GetValue(const char* szSection, const char* szKey) const;
 
 protected:
+    // The wide form of a name for a WMI call. A name that cannot be converted (out of memory)
+    // raises E_OUTOFMEMORY after its record under szFunction; the operation catches it.
+    static const wchar_t* WideName(CCStringConversion& conv, const char* szFunction);
+
     CCComPtr<IWbemLocator> m_spWbemLocator;
     CCComPtr<IWbemServices> m_spWbemServices;
     std::string m_strIniFile;

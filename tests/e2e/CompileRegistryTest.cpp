@@ -117,9 +117,8 @@ TEST_F(CompileRegistry, FailedFilesGiveOneGroupEachAndTheResultStaysZero)
         m_world.WriteMof("empty.mof", ""),
         m_world.WriteMof("good.mof", ClassMof("Tvs_One")),
     };
-    // Created last to first, named a0, B1, c2, ...: the registry's order is not the creation order
-    // and not the order of a case-sensitive sort.
-    for (size_t i = files.size(); i-- > 0;)
+    // Named a0, B1, c2, ...: the registry's order, not that of a case-sensitive sort.
+    for (size_t i = 0; i < files.size(); ++i)
         m_key.SetString(
             (std::string(1, static_cast<char>((i % 2 ? 'A' : 'a') + i)) + std::to_string(i)).c_str(),
             files[i]);

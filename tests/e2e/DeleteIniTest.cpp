@@ -195,8 +195,6 @@ TEST_F(DeleteIni, RecordsFollowTheKeysInFileOrder)
     // A namespace that is not there does not stop the next one.
     m_world.Seed(Ns("root\\TarvosTestX"));
     const auto ns = Run("[DeleteNamespace]\nA=root\\Missing\nB=root\\TarvosTestX\n", false);
-    EXPECT_EQ(0u, e2e::Only(ns, "CWmiWork::NamespaceDelete", "Internal", "ConnectToNamespace failed!", true)
-                      .rfind("Error hr=0x8004100E '", 0));
     EXPECT_EQ("Warning ns='root\\Missing'", e2e::Only(ns, "CDelFromWmi::RemoveNamespaces", "Internal",
                                                       "CWmiWork::NamespaceDelete failed", true));
     EXPECT_EQ(strAfter, m_world.Dump("root"));

@@ -111,14 +111,13 @@ TEST_F(TempServiceDelete, MissingServiceIsAlreadyGone)
     EXPECT_EQ(std::vector<std::string>{"ret=true"}, Messages("Leave", "Method ServiceDelete has been left."));
 }
 
-// Last: this process's token is closed to everyone. Then the group list's size is 0, which is
-// allocated as it is; the read fails.
+// Last: this process's token closed to everyone gives a group list size of 0, allocated as it is.
 TEST_F(TempServiceAccount, ZeroGroupListSizeIsNoAllocationFailure)
 {
     HANDLE hToken = nullptr;
-    ASSERT_TRUE(OpenProcessToken(GetCurrentProcess(), WRITE_DAC, &hToken));
     ACL acl;
-    InitializeAcl(&acl, sizeof(acl), ACL_REVISION);
+    ASSERT_TRUE(OpenProcessToken(GetCurrentProcess(), WRITE_DAC, &hToken) &&
+                InitializeAcl(&acl, sizeof(acl), ACL_REVISION));
     ASSERT_EQ(0u, SetSecurityInfo(hToken, SE_KERNEL_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, &acl,
                                   nullptr));
     CloseHandle(hToken);
