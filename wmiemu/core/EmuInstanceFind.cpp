@@ -78,13 +78,16 @@ int Repository::FindInstance(const Namespace& ns, const std::wstring& cls, const
         std::vector<std::pair<std::wstring, Value>> keys;
     };
     std::map<std::wstring, CClassKeys> classes;
+    auto itClass = classes.end();
     std::vector<std::wstring> pathTexts;
     for (auto& key : path.keys)
         pathTexts.push_back(KeyCompareText(key.second));
     for (size_t n = 0; n < ns.instances.size(); ++n)
     {
         const InstData& d = ns.instances[n];
-        auto itClass = classes.find(Lower(d.className));
+        // Instances of one class mostly follow each other: the class of the one before is reused.
+        if (itClass == classes.end() || !NameEq(itClass->first, d.className))
+            itClass = classes.find(Lower(d.className));
         if (itClass == classes.end())
         {
             CClassKeys ck;

@@ -3,8 +3,8 @@
 // ParseFile reads a file (8-bit text taken as UTF-8 with a Latin-1 fallback for bytes that are not
 // UTF-8, or UTF-16 LE/BE with BOM, or UTF-16 LE without BOM when the second byte is 0) and parses it
 // with its #pragma include files.
-// #pragma include("x") is resolved as WMI's compiler does: an absolute path as it is, else against the
-// current directory of the process, then against the folder of the including file.
+// #pragma include("x") and #include ("x") are resolved alike: an absolute path as it is, else against
+// the current directory of the process, then against the folder of the including file.
 //
 // On success: ok = true, hr = 0, decls in file order (included files' declarations where
 // the include stands), autorecoverFiles = full paths of the files carrying #pragma autorecover (each
