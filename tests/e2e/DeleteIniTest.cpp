@@ -1,4 +1,4 @@
-// /DD /INI against the WMI emulator: the whole repository after the job against what should be left.
+// /DD /INI against the machine's WMI: the whole repository after the job against what should be left.
 #include "E2eSupport.h"
 
 #include <gtest/gtest.h>
@@ -21,12 +21,12 @@ const std::string kVt = Ns("root\\VT_Eventing") + kClasses;
 const std::string kVt123 = kVt + Inst(1) + Inst(2) + Inst(3, "SampleChild");
 const std::string kLink = "[Association] class SampleLink { [key] SampleClass ref Target; };\n"
                           "instance of SampleLink { Target = \"SampleClass.Id=2\"; };\n";
-const std::string kOther = Ns("root\\Other") + kClasses + Inst(5);
+const std::string kOther = Ns("root\\TarvosTestOther") + kClasses + Inst(5);
 // "IWbemServices::DeleteInstance method" deletes only in the current namespace: the target stays.
-const std::string kFarLink =
-    kOther + Pragma("root\\VT_Eventing") +
-    "[Association] class FarLink { [key] string Name; SampleClass ref Target; };\n"
-    "instance of FarLink { Name = \"far\"; Target = \"\\\\\\\\.\\\\root\\\\Other:SampleClass.Id=5\"; };\n";
+const std::string kFarLink = kOther + Pragma("root\\VT_Eventing") +
+                             "[Association] class FarLink { [key] string Name; SampleClass ref Target; };\n"
+                             "instance of FarLink { Name = \"far\"; Target = "
+                             "\"\\\\\\\\.\\\\root\\\\TarvosTestOther:SampleClass.Id=5\"; };\n";
 
 struct DeleteCase
 {
@@ -42,7 +42,7 @@ struct DeleteCase
 class DeleteIni : public ::testing::Test
 {
 protected:
-    testkit::CEmuWorld m_world;
+    testkit::CPortableWorld m_world{{"VT_Eventing"}}; // the job's default namespace
 
     // Runs the job on the INI text; the file stays as it was.
     testkit::TarvosRun Run(const std::string& strIni, bool bForce, const std::string& strIniName = "del.ini")
@@ -56,8 +56,8 @@ protected:
     void Check(const DeleteCase& c)
     {
         SCOPED_TRACE(c.szName);
-        const std::string strExpected = e2e::DumpOf(m_world, c.strAfter);
-        e2e::DumpOf(m_world, c.strBefore);
+        const std::string strExpected = m_world.DumpOf(c.strAfter);
+        m_world.DumpOf(c.strBefore);
         const auto run = Run(c.strIni, c.bForce);
         EXPECT_EQ(c.dwExit, run.dwExitCode);
         EXPECT_EQ(strExpected, m_world.Dump("root"));
@@ -82,24 +82,27 @@ TEST_F(DeleteIni, DeletesExactlyWhatTheFileLists)
         {"an empty [Namespaces]", kVt123, "[Namespaces]\n[DeleteClasses]\nC1=SampleChild\n",
          kVtBase + Inst(1) + Inst(2)},
         {"a missing namespace is passed over", kVt123 + kOther,
-         "[namespaces]\nA=root\\Missing\nB=root\\VT_Eventing\nC=\nD=root\\Other\n[DELETEINSTANCES]\nI="
+         "[namespaces]\nA=root\\TarvosTestMissing\nB=root\\VT_Eventing\nC=\nD=root\\TarvosTestOther\n["
+         "DELETEINSTANCES]\nI="
          "SampleClass\n",
-         kVt + Ns("root\\Other") + kClasses},
+         kVt + Ns("root\\TarvosTestOther") + kClasses},
         {"a bare class name takes the subclasses", kVt123, "[DeleteInstances]\nI1=SampleChild\n",
          kVt + Inst(1) + Inst(2)},
         {"a path with a key, empty values skipped", kVt123,
          "[DeleteInstances]\nI0=\nI1=SampleClass.Id=2\nI2=\n", kVt + Inst(1) + Inst(3, "SampleChild")},
         {"referenced objects go, associations stay", kVt123 + kLink,
          "[DeleteInstancesByRef]\nSampleLink=Target\n", kVt + Inst(1) + Inst(3, "SampleChild") + kLink},
-        {"namespace named with machine", kVt + Ns("root\\X"), "[DeleteNamespace]\nN=\\\\.\\root\\X\n", kVt},
-        {"a child namespace keeps its parent", Ns("root\\X") + Ns("root\\X\\Y"),
-         "[DeleteNamespace]\nN=root\\X\n", Ns("root\\X") + Ns("root\\X\\Y"), 0, 2},
-        {"a class keeps its namespace", Ns("root\\X") + kClasses, "[DeleteNamespace]\nN=root\\X\n",
-         Ns("root\\X") + kClasses, 0, 1},
-        {"child listed before parent", Ns("root\\X") + Ns("root\\X\\Y"),
-         "[DeleteNamespace]\nB=root\\X\\Y\nA=root\\X\n", ""},
-        {"forced", Ns("root\\X") + kClasses + Inst(1) + Ns("root\\X\\Y") + kClasses,
-         "[DeleteNamespace]\nN=root\\X\n", "", 0, 0, true},
+        {"namespace named with machine", kVt + Ns("root\\TarvosTestX"),
+         "[DeleteNamespace]\nN=\\\\.\\root\\TarvosTestX\n", kVt},
+        {"a child namespace keeps its parent", Ns("root\\TarvosTestX") + Ns("root\\TarvosTestX\\Y"),
+         "[DeleteNamespace]\nN=root\\TarvosTestX\n", Ns("root\\TarvosTestX") + Ns("root\\TarvosTestX\\Y"), 0,
+         2},
+        {"a class keeps its namespace", Ns("root\\TarvosTestX") + kClasses,
+         "[DeleteNamespace]\nN=root\\TarvosTestX\n", Ns("root\\TarvosTestX") + kClasses, 0, 1},
+        {"child listed before parent", Ns("root\\TarvosTestX") + Ns("root\\TarvosTestX\\Y"),
+         "[DeleteNamespace]\nB=root\\TarvosTestX\\Y\nA=root\\TarvosTestX\n", ""},
+        {"forced", Ns("root\\TarvosTestX") + kClasses + Inst(1) + Ns("root\\TarvosTestX\\Y") + kClasses,
+         "[DeleteNamespace]\nN=root\\TarvosTestX\n", "", 0, 0, true},
         {"references are followed before instances and classes go", kVt123 + kLink,
          "[DeleteClasses]\nC=SampleLink\n[DeleteInstances]\nI=SampleLink\n[DeleteInstancesByRef]\nSampleLink="
          "Target\n",
@@ -134,8 +137,8 @@ TEST_F(DeleteIni, BadInputChangesNothingItWasNotAskedTo)
          kVt123 + kLink},
         {"a namespace path without a parent", kVt123,
          "[DeleteNamespace]\nN1=\\\\.\\root\nN2=root\\VT_Eventing\n", kVt123, 0, 1, true},
-        {"not forced, it is refused as not empty", kVt123 + Ns("root\\X"),
-         "[DeleteNamespace]\nN1=\\\\.\\root\nN2=root\\X\n", kVt123, 0, 2},
+        {"not forced, it is refused as not empty", kVt123 + Ns("root\\TarvosTestX"),
+         "[DeleteNamespace]\nN1=\\\\.\\root\nN2=root\\TarvosTestX\n", kVt123, 0, 2},
     };
     for (const auto& c : cases)
         Check(c);
@@ -155,13 +158,12 @@ TEST_F(DeleteIni, BadInputChangesNothingItWasNotAskedTo)
         Run("\xFF\xFE" + testkit::Utf16Bytes("[DeleteClasses]\r\nC1=SampleChild\r\n"), false, "w.ini");
     EXPECT_EQ(0u, wide.dwExitCode);
     const std::string strWide = m_world.Dump("root");
-    EXPECT_TRUE(strWide == strBefore || strWide == e2e::DumpOf(m_world, kVtBase + Inst(1) + Inst(2)))
-        << strWide;
+    EXPECT_TRUE(strWide == strBefore || strWide == m_world.DumpOf(kVtBase + Inst(1) + Inst(2))) << strWide;
 }
 
 TEST_F(DeleteIni, RecordsFollowTheKeysInFileOrder)
 {
-    e2e::DumpOf(m_world, kVt123);
+    m_world.DumpOf(kVt123);
     const auto run =
         Run("[DeleteClasses]\nZ=SampleChild\n[DeleteInstances]\nZ=SampleClass.Id=1\nA=SampleClass\n"
             "B=NoSuchClass.Id=1\n",
@@ -189,10 +191,10 @@ TEST_F(DeleteIni, RecordsFollowTheKeysInFileOrder)
     };
     EXPECT_EQ(expected, messages);
     const std::string strAfter = m_world.Dump("root");
-    EXPECT_EQ(e2e::DumpOf(m_world, kVtBase), strAfter);
+    EXPECT_EQ(m_world.DumpOf(kVtBase), strAfter);
     // A namespace that is not there does not stop the next one.
-    m_world.Seed(Ns("root\\X"));
-    const auto ns = Run("[DeleteNamespace]\nA=root\\Missing\nB=root\\X\n", false);
+    m_world.Seed(Ns("root\\TarvosTestX"));
+    const auto ns = Run("[DeleteNamespace]\nA=root\\Missing\nB=root\\TarvosTestX\n", false);
     EXPECT_EQ("Warning ns='root\\Missing'", e2e::Only(ns, "CDelFromWmi::RemoveNamespaces", "Internal",
                                                       "CWmiWork::NamespaceDelete failed", true));
     EXPECT_EQ(strAfter, m_world.Dump("root"));

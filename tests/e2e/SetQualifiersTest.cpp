@@ -1,4 +1,4 @@
-// /SQ end to end against the WMI emulator: qualifiers set from an INI file, the backup file,
+// /SQ end to end against the machine's WMI: qualifiers set from an INI file, the backup file,
 // and the whole repository compared before and after every run.
 #include "E2eSupport.h"
 
@@ -8,7 +8,7 @@ namespace
 {
 // SampleClass has a subclass and instances of both; TypedClass one qualifier per type case.
 const std::string kSeedMof =
-    e2e::Ns("root\\VT_Eventing") +
+    e2e::Ns("root\\TarvosTestEventing") +
     "[version(\"2.0\")] class SampleClass { [key] string Name; };\n"
     "class SampleChild : SampleClass { uint32 Extra; };\n"
     "instance of SampleClass { Name = \"one\"; };\n"
@@ -16,11 +16,11 @@ const std::string kSeedMof =
     "[I1(7), I2(7), I3(7), I4(7), I5(7), S1(\"plain\"), S2(\"plain\"), S3(\"plain\"),\n"
     " S4(\"plain\"), B1(true), R1(1.5), A1({\"a\"})] class TypedClass { [key] string Id; };\n";
 
-// The dump with one qualifier line of a class of root\VT_Eventing set to flavor 0 and strValue.
+// The dump with one qualifier line of a class of root\TarvosTestEventing set to flavor 0 and strValue.
 std::string WithQualifier(const std::string& strDump, const std::string& strClass, const std::string& strQual,
                           const std::string& strValue)
 {
-    const size_t nClass = strDump.find("class root\\VT_Eventing " + strClass + "\n");
+    const size_t nClass = strDump.find("class root\\TarvosTestEventing " + strClass + "\n");
     const size_t nPos = strDump.find("\n  qualifier " + strQual + " ", nClass);
     if (nClass == std::string::npos || nPos == std::string::npos)
         return "<no " + strClass + "." + strQual + ">";
@@ -31,7 +31,7 @@ std::string WithQualifier(const std::string& strDump, const std::string& strClas
 class SetQualifiersJob : public ::testing::Test
 {
 protected:
-    testkit::CEmuWorld m_world;
+    testkit::CPortableWorld m_world;
     std::string m_strBefore;
 
     void SetUp() override
@@ -71,24 +71,25 @@ protected:
 
 TEST_F(SetQualifiersJob, BackupRestoresTheFormerValueOnAClassWithInstancesAndSubclasses)
 {
-    const auto run =
-        RunSq(WriteIni("cfg.d\\quals.ini", {"1=root\\VT_Eventing:SampleClass.version=2.1"}, true), true);
+    const auto run = RunSq(
+        WriteIni("cfg.d\\quals.ini", {"1=root\\TarvosTestEventing:SampleClass.version=2.1"}, true), true);
     EXPECT_EQ(0u, run.dwExitCode);
     const size_t nEnter = run.strTrace.find("Method QualifierSet has been entered.");
     EXPECT_LT(run.strTrace.find("Method QualifierSet has been left.", nEnter),
               run.strTrace.find("An instance of CCWMIAccess has been destroyed.", nEnter));
     // Only the named qualifier changes; the subclass and both instances stay.
     EXPECT_EQ(WithQualifier(m_strBefore, "SampleClass", "version", "\"2.1\""), m_world.Dump("root"));
-    const std::vector<std::string> backup{"1=root\\VT_Eventing:SampleClass.version=\"2.0\""};
+    const std::vector<std::string> backup{"1=root\\TarvosTestEventing:SampleClass.version=\"2.0\""};
     EXPECT_EQ(backup, Section("cfg.d\\quals_backup.ini"));
     EXPECT_EQ(0u, RunSq(m_world.Dir().File("cfg.d\\quals_backup.ini")).dwExitCode);
     EXPECT_EQ(WithQualifier(m_strBefore, "SampleClass", "version", "\"2.0\""), m_world.Dump("root"));
     // A backup file that cannot be written (locked here) ends nothing: every entry is set.
     const HANDLE hLock = CreateFileA(m_world.Dir().File("cfg.d\\quals_backup.ini").c_str(), GENERIC_READ,
                                      FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-    const auto locked = RunSq(WriteIni("cfg.d\\quals.ini", {"1=root\\VT_Eventing:SampleClass.version=3",
-                                                            "2=root\\VT_Eventing:TypedClass.S1=x"}),
-                              true);
+    const auto locked =
+        RunSq(WriteIni("cfg.d\\quals.ini", {"1=root\\TarvosTestEventing:SampleClass.version=3",
+                                            "2=root\\TarvosTestEventing:TypedClass.S1=x"}),
+              true);
     CloseHandle(hLock);
     EXPECT_EQ(0u, locked.dwExitCode);
     EXPECT_EQ(WithQualifier(WithQualifier(m_strBefore, "SampleClass", "version", "\"3\""), "TypedClass", "S1",
@@ -113,7 +114,7 @@ TEST_F(SetQualifiersJob, ValuesAreReadByTypeUpToTheFirstMissingKey)
         {nullptr, "no separator", "", ""},
         {"I3", "99999999999", "2147483647", "7"},
         {"I4", "", "0", "7"},
-        {nullptr, "=root\\VT_Eventing:TypedClass.I5=1", "", ""},
+        {nullptr, "=root\\TarvosTestEventing:TypedClass.I5=1", "", ""},
         {"S1", "\"quoted\"", "\"quoted\"", "\"plain\""},
         {"S2", "in\"side=x", "\"in\\\"side=x\"", "\"plain\""},
         {"S3", "", "\"\"", "\"plain\""},
@@ -129,8 +130,8 @@ TEST_F(SetQualifiersJob, ValuesAreReadByTypeUpToTheFirstMissingKey)
         const std::string strKey = std::to_string(lines.size() + 1) + "=";
         // Backslashes around the namespace are dropped.
         const std::string strPath =
-            std::string(lines.size() % 2 ? "\\\\root\\VT_Eventing\\" : "root\\VT_Eventing") + ":TypedClass." +
-            (row.szQualifier ? row.szQualifier : "");
+            std::string(lines.size() % 2 ? "\\\\root\\TarvosTestEventing\\" : "root\\TarvosTestEventing") +
+            ":TypedClass." + (row.szQualifier ? row.szQualifier : "");
         lines.push_back(strKey + (row.szQualifier ? strPath + "=" : "") + row.strValue);
         if (row.szQualifier)
         {
@@ -138,7 +139,8 @@ TEST_F(SetQualifiersJob, ValuesAreReadByTypeUpToTheFirstMissingKey)
             strExpected = WithQualifier(strExpected, "TypedClass", row.szQualifier, row.strStored);
         }
     }
-    lines.push_back(std::to_string(lines.size() + 2) + "=root\\VT_Eventing:TypedClass.I5=1"); // after a gap
+    lines.push_back(std::to_string(lines.size() + 2) +
+                    "=root\\TarvosTestEventing:TypedClass.I5=1"); // after a gap
     const auto run = RunSq(WriteIni("types.ini", lines, true), true);
     EXPECT_EQ(0u, run.dwExitCode);
     EXPECT_EQ(strExpected, m_world.Dump("root"));
@@ -153,41 +155,35 @@ TEST_F(SetQualifiersJob, FirstFailingEntryStopsWith22AndKeepsWhatWasSet)
     struct Row
     {
         const char* szPath;
-        const char* szFault;
         const char* szMessage;
         const char* szDetail; // what the trace must also hold
     };
     const Row rows[] = {
-        {"root\\Nowhere:SampleClass.version", "", "Could not connect to namespaceh",
-         "ns=root\\Nowhere, hr=0x8004100e"},
-        {"root\\VT_Eventing:NoClass.version", "", "oAcc.GetQualifier failed!", "hr=0x80041002"},
-        {"root\\VT_Eventing:SampleClass.NoQual", "", "oAcc.GetQualifier failed!", "hr=0x80041002"},
-        {"root\\VT_Eventing:SampleClass.version", "PutClass 0x80041003 class=SampleClass",
-         "oAcc.SetQualifier failed!", "hr=0x80041003"},
-        {"root\\VT_Eventing.SampleClass.version", "", "Namespace separator not found in path", ""},
-        {":SampleClass.version", "", "Namespace separator not found in path", ""},
-        {"root\\VT_Eventing:SampleClass", "", "Qualifier separator not found in path", ""},
-        {"root\\VT_Eventing:.version", "", "Qualifier separator not found in path", ""},
-        {"root\\VT_Eventing:Odd.SampleClass.version", "", "oAcc.GetQualifier failed!",
+        {"root\\TarvosTestNowhere:SampleClass.version", "Could not connect to namespaceh",
+         "ns=root\\TarvosTestNowhere, hr=0x8004100e"},
+        {"root\\TarvosTestEventing:NoClass.version", "oAcc.GetQualifier failed!", "hr=0x80041002"},
+        {"root\\TarvosTestEventing:SampleClass.NoQual", "oAcc.GetQualifier failed!", "hr=0x80041002"},
+        {"root\\TarvosTestEventing.SampleClass.version", "Namespace separator not found in path", ""},
+        {":SampleClass.version", "Namespace separator not found in path", ""},
+        {"root\\TarvosTestEventing:SampleClass", "Qualifier separator not found in path", ""},
+        {"root\\TarvosTestEventing:.version", "Qualifier separator not found in path", ""},
+        {"root\\TarvosTestEventing:Odd.SampleClass.version", "oAcc.GetQualifier failed!",
          "szClassName: Odd.SampleClass, szQualifierName: version,"},
     };
     for (const Row& row : rows)
     {
         SCOPED_TRACE(row.szPath);
-        m_world.Tool("reset");
-        m_world.Tool("fault clear");
+        m_world.Reset();
         m_world.Seed(kSeedMof);
-        if (*row.szFault != '\0')
-            m_world.Fault(row.szFault);
         const std::string strIni =
             WriteIni("fail.ini",
-                     {"1=root\\VT_Eventing:TypedClass.S1=set", std::string("2=") + row.szPath + "=1",
-                      "3=root\\VT_Eventing:TypedClass.S2=never"},
+                     {"1=root\\TarvosTestEventing:TypedClass.S1=set", std::string("2=") + row.szPath + "=1",
+                      "3=root\\TarvosTestEventing:TypedClass.S2=never"},
                      true);
         const auto run = RunSq(strIni, true);
         EXPECT_EQ(22u, run.dwExitCode);
         EXPECT_EQ(WithQualifier(m_strBefore, "TypedClass", "S1", "\"set\""), m_world.Dump("root"));
-        EXPECT_EQ(std::vector<std::string>{"1=root\\VT_Eventing:TypedClass.S1=\"plain\""},
+        EXPECT_EQ(std::vector<std::string>{"1=root\\TarvosTestEventing:TypedClass.S1=\"plain\""},
                   Section("fail_backup.ini"));
         EXPECT_EQ(
             0u, e2e::Only(run, "CWmiWork::QualifierSet", "Internal", row.szMessage, true).rfind("Error ", 0));
@@ -199,7 +195,7 @@ TEST_F(SetQualifiersJob, FirstFailingEntryStopsWith22AndKeepsWhatWasSet)
 
 TEST_F(SetQualifiersJob, MissingFilesAndSectionChangeNothing)
 {
-    const std::string strEntry = "1=root\\VT_Eventing:SampleClass.version=3.0";
+    const std::string strEntry = "1=root\\TarvosTestEventing:SampleClass.version=3.0";
     const std::string strNoExt = WriteIni("noext", {strEntry});
     const struct
     {
@@ -223,14 +219,14 @@ TEST_F(SetQualifiersJob, MissingFilesAndSectionChangeNothing)
     EXPECT_FALSE(testkit::FileExists(strNoExt + "_backup"));
     m_world.WriteMof("noext_backup", "");
     EXPECT_EQ(0u, RunSq(strNoExt, true).dwExitCode);
-    EXPECT_EQ(std::vector<std::string>{"1=root\\VT_Eventing:SampleClass.version=\"2.0\""},
+    EXPECT_EQ(std::vector<std::string>{"1=root\\TarvosTestEventing:SampleClass.version=\"2.0\""},
               Section("noext_backup"));
     // A backup name of 259 characters is made; one character more is refused and nothing is set.
     for (size_t nLen : {252u, 253u})
     {
         const auto run =
             RunSq(WriteIni(std::string(nLen - m_world.Dir().File("x.ini").size() + 1, 'q') + ".ini",
-                           {"1=root\\VT_Eventing:SampleClass.version=" + std::to_string(nLen)}, true),
+                           {"1=root\\TarvosTestEventing:SampleClass.version=" + std::to_string(nLen)}, true),
                   true);
         EXPECT_EQ(nLen == 252u ? 0u : 3u, run.dwExitCode);
         EXPECT_EQ(nLen == 252u ? 0u : 1u,

@@ -6,30 +6,23 @@ namespace testkit
 {
 CEmuWorld::CEmuWorld()
 {
-    SetEnvironmentVariableA("WMIEMU_REPOSITORY", m_dir.File("repository.txt").c_str());
-    SetEnvironmentVariableA("WMIEMU_FAULTS", m_dir.File("faults.txt").c_str());
+    SetEnvironmentVariableA("WMIEMU_REPOSITORY", Dir().File("repository.txt").c_str());
+    SetEnvironmentVariableA("WMIEMU_FAULTS", Dir().File("faults.txt").c_str());
+    Reset();
+}
+
+void CEmuWorld::Reset() const
+{
     DWORD dwExit = 0;
     Tool("reset", &dwExit);
     EXPECT_EQ(0u, dwExit) << "wmiemutool reset";
+    DeleteFileA(Dir().File("faults.txt").c_str());
 }
 
 CEmuWorld::~CEmuWorld()
 {
     SetEnvironmentVariableA("WMIEMU_REPOSITORY", nullptr);
     SetEnvironmentVariableA("WMIEMU_FAULTS", nullptr);
-}
-
-std::string CEmuWorld::WriteMof(const std::string& strName, const std::string& strText) const
-{
-    const std::string strPath = m_dir.File(strName);
-    // Folders below the scratch folder, one level after the other.
-    for (size_t nSlash = m_dir.Path().size() + 1; (nSlash = strPath.find('\\', nSlash)) != std::string::npos;
-         ++nSlash)
-    {
-        CreateDirectoryA(strPath.substr(0, nSlash).c_str(), nullptr);
-    }
-    WriteBytes(strPath, strText);
-    return strPath;
 }
 
 void CEmuWorld::Seed(const std::string& strText) const
@@ -54,7 +47,7 @@ void CEmuWorld::Fault(const std::string& strLine) const
 std::string CEmuWorld::Tool(const std::string& strArgs, DWORD* pdwExit) const
 {
     const std::string strExe = TarvosExe().substr(0, TarvosExe().rfind('\\') + 1) + "wmiemutool.exe";
-    const TarvosRun run = RunProgram("\"" + strExe + "\" " + strArgs, m_dir.Path(), 60000);
+    const TarvosRun run = RunProgram("\"" + strExe + "\" " + strArgs, Dir().Path(), 60000);
     if (pdwExit != nullptr)
     {
         *pdwExit = run.dwExitCode;

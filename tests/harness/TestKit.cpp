@@ -171,8 +171,68 @@ std::vector<std::string> SplitTabs(const std::string& strLine)
     }
 }
 
-CScratchKey::CScratchKey(const std::string& strSubKey) : m_strSubKey(strSubKey), m_hKey(nullptr)
+// A key's values and subkeys, read into memory and written back.
+struct CScratchKey::Saved
 {
+    struct Value
+    {
+        std::string strName;
+        DWORD dwType;
+        std::string strData;
+    };
+    std::vector<Value> values;
+    std::vector<std::pair<std::string, Saved>> subkeys;
+
+    bool Read(HKEY hParent, const std::string& strKey)
+    {
+        HKEY hKey = nullptr;
+        if (RegOpenKeyExA(hParent, strKey.c_str(), 0, KEY_READ, &hKey) != ERROR_SUCCESS)
+            return false;
+        char szName[16384];
+        std::string strData(1 << 20, '\0');
+        for (DWORD i = 0;; ++i)
+        {
+            DWORD cchName = sizeof(szName), dwType = 0, cbData = static_cast<DWORD>(strData.size());
+            if (RegEnumValueA(hKey, i, szName, &cchName, nullptr, &dwType,
+                              reinterpret_cast<BYTE*>(&strData[0]), &cbData) != ERROR_SUCCESS)
+                break;
+            values.push_back({szName, dwType, strData.substr(0, cbData)});
+        }
+        for (DWORD i = 0;; ++i)
+        {
+            DWORD cchName = sizeof(szName);
+            if (RegEnumKeyExA(hKey, i, szName, &cchName, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
+                break;
+            subkeys.emplace_back(szName, Saved());
+            subkeys.back().second.Read(hKey, szName);
+        }
+        RegCloseKey(hKey);
+        return true;
+    }
+    void Write(HKEY hParent, const std::string& strKey) const
+    {
+        HKEY hKey = nullptr;
+        if (RegCreateKeyExA(hParent, strKey.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &hKey,
+                            nullptr) != ERROR_SUCCESS)
+            return;
+        for (const Value& v : values)
+            RegSetValueExA(hKey, v.strName.c_str(), 0, v.dwType,
+                           reinterpret_cast<const BYTE*>(v.strData.data()),
+                           static_cast<DWORD>(v.strData.size()));
+        for (const auto& sub : subkeys)
+            sub.second.Write(hKey, sub.first);
+        RegCloseKey(hKey);
+    }
+};
+
+CScratchKey::CScratchKey(const std::string& strSubKey)
+    : m_strSubKey(strSubKey), m_hKey(nullptr), m_pSaved(new Saved)
+{
+    if (!m_pSaved->Read(HKEY_LOCAL_MACHINE, m_strSubKey))
+    {
+        delete m_pSaved;
+        m_pSaved = nullptr;
+    }
     RegDeleteTreeA(HKEY_LOCAL_MACHINE, m_strSubKey.c_str());
     RegCreateKeyExA(HKEY_LOCAL_MACHINE, m_strSubKey.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &m_hKey,
                     nullptr);
@@ -186,6 +246,39 @@ CScratchKey::~CScratchKey()
     }
     RegDeleteTreeA(HKEY_LOCAL_MACHINE, m_strSubKey.c_str());
     RegDeleteKeyA(HKEY_LOCAL_MACHINE, m_strSubKey.c_str());
+    if (m_pSaved != nullptr)
+    {
+        m_pSaved->Write(HKEY_LOCAL_MACHINE, m_strSubKey);
+        delete m_pSaved;
+    }
+}
+
+CSavedValue::CSavedValue(HKEY hRoot, const char* szKey, const char* szName)
+    : m_hRoot(hRoot), m_strKey(szKey), m_szName(szName)
+{
+    HKEY hKey = nullptr;
+    DWORD cbData = 0;
+    if (RegOpenKeyExA(hRoot, szKey, 0, KEY_READ, &hKey) != ERROR_SUCCESS)
+        return;
+    m_bHad = RegQueryValueExA(hKey, szName, nullptr, &m_dwType, nullptr, &cbData) == ERROR_SUCCESS;
+    m_strData.resize(cbData);
+    if (m_bHad && cbData > 0)
+        RegQueryValueExA(hKey, szName, nullptr, &m_dwType, reinterpret_cast<BYTE*>(&m_strData[0]), &cbData);
+    RegCloseKey(hKey);
+}
+
+CSavedValue::~CSavedValue()
+{
+    if (m_bHad)
+        RegSetKeyValueA(m_hRoot, m_strKey.c_str(), m_szName, m_dwType, m_strData.data(),
+                        static_cast<DWORD>(m_strData.size()));
+    else
+        RegDeleteKeyValueA(m_hRoot, m_strKey.c_str(), m_szName);
+}
+
+bool RunsUnderWine()
+{
+    return GetProcAddress(GetModuleHandleA("ntdll.dll"), "wine_get_version") != nullptr;
 }
 
 void CScratchKey::SetDword(const char* szName, DWORD dwValue)
@@ -256,7 +349,10 @@ std::vector<TraceRecord> TraceRecords(const std::string& strPath, const std::str
 
 std::string TarvosExe()
 {
-    return TARVOS_EXE_PATH;
+    char szPath[MAX_PATH] = "";
+    GetModuleFileNameA(nullptr, szPath, MAX_PATH);
+    const std::string strPath = szPath;
+    return strPath.substr(0, strPath.rfind('\\') + 1) + "Tarvos.exe";
 }
 
 TarvosRun RunProgram(const std::string& strCommandLine, const std::string& strWorkDir, DWORD dwTimeoutMs)
@@ -365,6 +461,59 @@ TarvosRun RunTarvos(const std::string& strArgs, const TarvosOptions& options)
     run.strTrace = trace.strTrace;
     run.lines = trace.lines;
     return run;
+}
+
+std::string Column(const std::string& strRecord, size_t nColumn)
+{
+    const auto cols = SplitTabs(strRecord);
+    return nColumn < cols.size() ? cols[nColumn] : std::string();
+}
+
+std::string Only(const TarvosRun& run, const std::string& strMethod, const std::string& strCategory,
+                 const std::string& strText, bool bLevel)
+{
+    const auto found = run.Records(strMethod, strCategory, strText);
+    if (found.size() != 1)
+        return "<" + std::to_string(found.size()) + " records>";
+    return (bLevel ? Column(found[0], 3) + " " : std::string()) + Message(found[0]);
+}
+
+size_t Find(const TarvosRun& run, const std::string& strMethod, const std::string& strCategory, size_t nFrom)
+{
+    for (size_t i = nFrom; i < run.lines.size(); ++i)
+    {
+        const auto cols = SplitTabs(run.lines[i]);
+        if (cols.size() > 6 && cols[4] + "::" + cols[5] == strMethod && cols[6] == strCategory)
+            return i;
+    }
+    return run.lines.size();
+}
+
+std::string RegBytes(HKEY hRoot, const char* szKey, const char* szName)
+{
+    HKEY hKey = nullptr;
+    BYTE buffer[4096];
+    DWORD cbData = sizeof(buffer);
+    const bool bRead = RegOpenKeyExA(hRoot, szKey, 0, KEY_READ, &hKey) == ERROR_SUCCESS &&
+                       RegQueryValueExA(hKey, szName, nullptr, nullptr, buffer, &cbData) == ERROR_SUCCESS;
+    RegCloseKey(hKey);
+    return bRead ? std::string(reinterpret_cast<const char*>(buffer), cbData) : "<none>";
+}
+
+void SetRegBytes(HKEY hRoot, const char* szKey, const char* szName, const std::string& strBytes, DWORD dwType)
+{
+    if (strBytes == "<none>")
+        RegDeleteKeyValueA(hRoot, szKey, szName);
+    else
+        RegSetKeyValueA(hRoot, szKey, szName, dwType, strBytes.data(), static_cast<DWORD>(strBytes.size()));
+}
+
+std::string MultiSz(const std::vector<std::string>& strings)
+{
+    std::string str;
+    for (const std::string& s : strings)
+        str += s + '\0';
+    return str + '\0';
 }
 
 TarvosRun ReadTrace(const std::string& strPath)

@@ -48,8 +48,9 @@ struct TraceRecord
 std::vector<TraceRecord> TraceRecords(const std::string& strPath, const std::string& strFunction = "",
                                       const std::string& strCategory = "", const std::string& strText = "");
 
-// A registry key under HKEY_LOCAL_MACHINE that the test owns: created on construction,
-// deleted with its subtree on destruction.
+// A registry key under HKEY_LOCAL_MACHINE that the test owns: emptied on construction, and on
+// destruction given back exactly as it was before (values and subkeys), or deleted when it was
+// not there.
 class CScratchKey
 {
 public:
@@ -66,7 +67,32 @@ public:
 private:
     std::string m_strSubKey;
     HKEY m_hKey;
+    struct Saved;
+    Saved* m_pSaved;
 };
+
+// One registry value (any type) as it was on construction, written back (or deleted when it was
+// not there) on destruction, also when the test fails.
+class CSavedValue
+{
+public:
+    CSavedValue(HKEY hRoot, const char* szKey, const char* szName);
+    ~CSavedValue();
+    CSavedValue(const CSavedValue&) = delete;
+    CSavedValue& operator=(const CSavedValue&) = delete;
+    bool Had() const { return m_bHad; }
+
+private:
+    HKEY m_hRoot;
+    std::string m_strKey;
+    const char* m_szName;
+    bool m_bHad = false;
+    DWORD m_dwType = 0;
+    std::string m_strData;
+};
+
+// True in a Wine process (ntdll exports wine_get_version).
+bool RunsUnderWine();
 
 // Trace settings of Tarvos.exe (normal account) in the test prefix's registry.
 extern const char kTarvosTraceKey[];
@@ -87,6 +113,28 @@ struct TarvosRun
     bool Has(const std::string& strFragment) const { return strTrace.find(strFragment) != std::string::npos; }
 };
 
+// Columns of a trace record: date, pid, tid, level, class, method, category, text, message.
+std::string Column(const std::string& strRecord, size_t nColumn);
+inline std::string Message(const std::string& strRecord)
+{
+    return Column(strRecord, 8);
+}
+// The single record of a method, category and text as "message" (or "level message" with
+// bLevel); a marker when there is not exactly one.
+std::string Only(const TarvosRun& run, const std::string& strMethod, const std::string& strCategory,
+                 const std::string& strText = "", bool bLevel = false);
+// Index of the first record of a method ("Class::Method") and category at or after nFrom;
+// lines.size() when there is none.
+size_t Find(const TarvosRun& run, const std::string& strMethod, const std::string& strCategory,
+            size_t nFrom = 0);
+
+// A registry value's bytes, "<none>" when it is missing; setting "<none>" deletes it.
+std::string RegBytes(HKEY hRoot, const char* szKey, const char* szName);
+void SetRegBytes(HKEY hRoot, const char* szKey, const char* szName, const std::string& strBytes,
+                 DWORD dwType);
+// REG_MULTI_SZ data: each string with its NUL, one more NUL at the end.
+std::string MultiSz(const std::vector<std::string>& strings);
+
 struct TarvosOptions
 {
     std::string strWorkDir; // empty: a scratch folder
@@ -100,7 +148,8 @@ struct TarvosOptions
 
 // A trace file's text and records (empty when there is no such file).
 TarvosRun ReadTrace(const std::string& strPath);
-// Full path of Tarvos.exe in the build tree.
+// Full path of Tarvos.exe beside the running test program (the build tree's bin folder, or the
+// folder of the release package).
 std::string TarvosExe();
 // Runs Tarvos.exe with the given argument text, tracing at nTraceLevel into a scratch file.
 TarvosRun RunTarvos(const std::string& strArgs, const TarvosOptions& options = TarvosOptions());

@@ -152,10 +152,15 @@ const ClassDef* Repository::FindClassDef(const std::wstring& ns, const std::wstr
     const Namespace* pNs = FindNs(ns);
     if (!pNs)
         return nullptr;
-    const std::vector<ClassDef>& list = IsSystemName(name) ? SystemClasses() : pNs->classes;
-    for (auto& c : list)
+    // A namespace loaded from a machine's dump has that machine's own system classes; they stand
+    // in for the built-in ones of the same name (see README, "Dumps of a real machine").
+    for (auto& c : pNs->classes)
         if (NameEq(c.name, name))
             return &c;
+    if (IsSystemName(name))
+        for (auto& c : SystemClasses())
+            if (NameEq(c.name, name))
+                return &c;
     return nullptr;
 }
 
@@ -354,7 +359,8 @@ HRESULT Repository::EnumClasses(const std::wstring& ns, const std::wstring& supe
         return WBEM_E_INVALID_CLASS;
     std::vector<const ClassDef*> all;
     for (auto& c : SystemClasses())
-        all.push_back(&c);
+        if (FindClassDef(ns, c.name) == &c)
+            all.push_back(&c);
     for (auto& c : pNs->classes)
         all.push_back(&c);
     for (auto* c : all)

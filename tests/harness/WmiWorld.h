@@ -1,0 +1,42 @@
+// The WMI that an end-to-end test proves Tarvos.exe against, and a scratch folder for its files.
+// Two worlds: the emulator's private repository with its fault switches (CEmuWorld, Wine only),
+// and the machine's own WMI through documented calls only (CPortableWorld, any machine).
+#pragma once
+
+#include "TestKit.h"
+
+#include <string>
+
+namespace testkit
+{
+class CWmiWorld
+{
+public:
+    CWmiWorld() = default;
+    virtual ~CWmiWorld() = default;
+    CWmiWorld(const CWmiWorld&) = delete;
+    CWmiWorld& operator=(const CWmiWorld&) = delete;
+
+    const CScratchDir& Dir() const { return m_dir; }
+    // Writes a file (folders below the scratch folder made as needed) and returns its full path.
+    std::string WriteMof(const std::string& strName, const std::string& strText) const;
+    // Compiles MOF text straight into the repository (not through Tarvos).
+    virtual void Seed(const std::string& strText) const = 0;
+    // The repository's stable text form below a namespace (see WmiText.h).
+    virtual std::string Dump(const std::string& strNamespace) const = 0;
+    // Back to the world's starting state.
+    virtual void Reset() const = 0;
+    // The dump of root when it holds just what the MOF texts define, compiled one after the
+    // other. Made in the world itself, which then holds it: both sides of a comparison come from
+    // the same WMI (and a second CEmuWorld would take the first one's environment variables).
+    std::string DumpOf(const std::string& strMof, const std::string& strMore = "") const;
+
+private:
+    CScratchDir m_dir;
+};
+
+// "#pragma namespace" for a path such as root\A\B (single backslashes), on the local machine.
+std::string Pragma(const std::string& strNs);
+// Three lines: creates the namespace in its parent and switches to it.
+std::string Ns(const std::string& strPath);
+} // namespace testkit
