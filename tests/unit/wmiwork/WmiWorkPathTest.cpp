@@ -104,18 +104,5 @@ TEST_F(WmiWorkPathTest, PathTakesKeysInClassOrderWithDefaultsAndAliases)
     std::string strPath;
     EXPECT_TRUE(CWmiWork::InstancePathCreate(instance, list, aliases, strPath));
     EXPECT_EQ("Tv_Path.Name=\"x\\\"y\",Id=-4,Ref=\"\\\\\\\\.\\\\root:Tv_A.K=\\\"1\\\"\"", strPath);
-
-    // Without Name the path cannot be made: the class gives it no value.
-    instance.Properties.erase(instance.Properties.begin() + 1);
-    EXPECT_FALSE(CWmiWork::InstancePathCreate(instance, list, aliases, strPath));
-    EXPECT_EQ(
-        std::vector<std::string>{
-            "Key property not found and no default value set class='Tv_Path', prop='Name'"},
-        WorkTexts(Records(), "Error"));
-    list[0].Type = CIM_DATETIME; // a key type without path text fails as such, default or not
-    EXPECT_FALSE(CWmiWork::InstancePathCreate(instance, list, aliases, strPath));
-    EXPECT_EQ((std::vector<std::string>{"CIM_DATETIME not supported",
-                                        "CWmiWork::CimValue2Str failed class='Tv_Path', prop='Name'"}),
-              WorkTexts(Records(), "Error", 1));
 }
 } // namespace
