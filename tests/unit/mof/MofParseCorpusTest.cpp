@@ -9,8 +9,8 @@
 
 #include <algorithm>
 #include <cctype>
-#include <filesystem>
 #include <cstring>
+#include <filesystem>
 #include <regex>
 #include <string>
 #include <vector>
