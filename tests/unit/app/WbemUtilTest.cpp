@@ -115,14 +115,3 @@ TEST_F(WbemUtilTest, KeyIsCompletedBelowLocalMachineForCmAfterTheEnterRecord)
     ASSERT_TRUE(Parse(keyOnly, {"/key=SOFTWARE\\Y"}));
     EXPECT_EQ("SOFTWARE\\Y", keyOnly.reg);
 }
-
-TEST_F(WbemUtilTest, UnknownParameterIsTracedButAccepted)
-{
-    WbemUtil util;
-    EXPECT_TRUE(Parse(util, {"/frobnicate", "/cf", "/mof=a.mof"}));
-    EXPECT_EQ(std::vector<std::string>{"frobnicate"}, Messages("Internal", "Unknown parameter"));
-    // The program path's own token is looked at too: it has no slash here, so it is ignored.
-    EXPECT_EQ(3u, Messages("Enter", "Method ParseToken has been entered.").size());
-    EXPECT_EQ((std::vector<std::string>{"ret=false", "ret=true", "ret=true"}),
-              Messages("Leave", "Method ParseToken has been left."));
-}

@@ -75,20 +75,6 @@ TEST_F(MofScanTest, NamespacesClassesAndVersions)
     EXPECT_EQ("", Mp().Classes()[0].Name);
 }
 
-TEST_F(MofScanTest, NamespaceByIndexDropsTheEscapesAndTheLeadingServer)
-{
-    ASSERT_TRUE(Scan("#Pragma NameSpace(\"\\\\\\\\.\\\\root\\\\x\")\n#pragma namespace(\"root\\\\Y\")\n"
-                     "#PRAGMA NAMESPACE(\"\\\\root\")\n"));
-    const char* aszExpected[] = {".\\root\\x", "root\\Y", "root", "", ""};
-    const int anIndex[] = {0, 1, 2, 3, -1};
-    for (int i = 0; i < 5; ++i)
-    {
-        std::string strNs = "old";
-        Mp().NamespaceByIndex(anIndex[i], strNs);
-        EXPECT_EQ(aszExpected[i], strNs) << anIndex[i];
-    }
-}
-
 // The first version with the next recorded class after it, in that class's namespace; without
 // a namespace pragma false but class and version given; without a class false, nothing given.
 TEST_F(MofScanTest, ClassVersionFindPairsFirstVersionWithNextClass)
@@ -108,6 +94,8 @@ TEST_F(MofScanTest, ClassVersionFindPairsFirstVersionWithNextClass)
          "#pragma namespace(\"root\\\\Two\")\n[Version(\"2.0\")]\nclass B {\n};\n",
          2, true, "root\\Two|B|1.0"},
         {"[Version(\"1.2.0\")]\nclass A\n{\n};\n", 1, false, "|A|1.2.0"},
+        // Leading backslashes go with the escapes.
+        {"#pragma namespace(\"\\\\root\")\n[Version(\"3\")]\nclass C {\n};\n", 1, true, "root|C|3"},
         {"#pragma namespace(\"root\")\nclass A {\n};\n[Version(\"1\")]\nclass B{\n};\n", 1, false, "n|c|v"},
     };
     for (const auto& c : cases)

@@ -1,4 +1,4 @@
-// Settings from the registry and from the command line, and the exported trace.
+// Settings from the registry and from the command line.
 #include "TraceTestSupport.h"
 
 namespace
@@ -103,26 +103,6 @@ TEST_F(TraceConfigTest, RegistryValuesOverrideConstructionFlagsAndGlobalEnableAd
     GetModuleFileNameA(nullptr, szModule, MAX_PATH);
     EXPECT_EQ(strrchr(szModule, '\\') + 1, cols[4]);
     EXPECT_EQ("C", cols[5]);
-}
-
-TEST_F(TraceConfigTest, SecondTraceInheritsTheExportedGlobalTrace)
-{
-    m_pTrace->InitExplicit(m_strPath.c_str(), 4, TRCFLAG_GLOBAL_ENABLE);
-    ASSERT_EQ(m_pTrace.get(), gg_ptrc);
-    // The module's own registry settings would name another file and level: the exported trace wins.
-    SetDwords({{"Trace", 1}, {"TraceLevel", 6}});
-    m_key.SetString("TraceFile", m_dir.File("other.trc"));
-    CCArcaTrace second;
-    second.InitFromRegistry(AppKey().c_str(), 0x24);
-    EXPECT_EQ("on=1 level=4 clear=0 keep=0 global=1 size=0 time=0 delay=0 file=" + m_strPath,
-              Settings(second));
-    m_pTrace->Trace(3, "A::M", "Internal", "first", "");
-    second.Trace(3, "B::M", "Internal", "second", "");
-    second.Trace(5, "B::M", "Internal", "too detailed", "");
-    EXPECT_FALSE(testkit::FileExists(m_dir.File("other.trc")));
-    const auto lines = Lines();
-    ASSERT_EQ(2u, lines.size());
-    EXPECT_EQ("B", Column(lines[1], 5));
 }
 
 // Run by CommandLineOptions in a process of its own, with the options on its command line:

@@ -41,13 +41,23 @@ TEST_F(TraceTest, PlainFunctionNameBelongsToGlobalAndClassNamesAreCut)
     EXPECT_EQ("M", Column(lines[1], 5));
 }
 
+// A trace that no one switched on names "Trace.trc" in the current directory: neither that file
+// nor the semaphore named after it may appear.
 TEST_F(TraceTest, TraceNeverSwitchedOnWritesNothing)
 {
-    m_pTrace->Trace(1, "C::M", "Internal", "never", "");
-    m_pTrace->TraceRaw(1, "raw");
+    char szCwd[MAX_PATH];
+    ASSERT_NE(0u, GetCurrentDirectoryA(MAX_PATH, szCwd));
+    ASSERT_TRUE(SetCurrentDirectoryA(m_dir.Path().c_str()));
+    for (unsigned nLevel = 1; nLevel <= 7; ++nLevel)
+    {
+        m_pTrace->Trace(nLevel, "C::M", "Internal", "never", "");
+        m_pTrace->TraceRaw(nLevel, "raw");
+    }
+    SetCurrentDirectoryA(szCwd);
     EXPECT_FALSE(testkit::FileExists(m_dir.File("Trace.trc")));
-    unsigned nLevel = 1;
-    EXPECT_FALSE(m_pTrace->LockIfActive(&nLevel));
+    char szSemaphore[64];
+    snprintf(szSemaphore, sizeof(szSemaphore), "CArcaTrace_PID_%8.8lx_Trace.trc", GetCurrentProcessId());
+    EXPECT_EQ(nullptr, OpenSemaphoreA(SYNCHRONIZE, FALSE, szSemaphore));
 }
 
 TEST_F(TraceTest, FileHasOneBomAndEveryLineEndsWithCrLf)

@@ -39,20 +39,3 @@ TEST_F(ReadOnlyAccessTest, MissingNamespaceLeavesTheObjectUnconnected)
     // The failed connection went no further than ConnectServer.
     EXPECT_EQ(1u, Records("SetProxyBlanket", "Enter").size());
 }
-
-TEST_F(ReadOnlyAccessTest, CredentialConnectTracesThePasswordAndItsOwnFormat)
-{
-    CCWMIAccess oAccess;
-    const HRESULT hr = oAccess.ConnectToNamespace("root\\NoSuchNamespaceHere", "someone", "Secret#42");
-    EXPECT_TRUE(FAILED(hr));
-    const auto enter = Records("ConnectToNamespace", "Enter");
-    ASSERT_EQ(1u, enter.size());
-    EXPECT_EQ("An instance of CCWMIAccess has been created.", enter[0].strText);
-    EXPECT_EQ("szNamespace: root\\NoSuchNamespaceHere, szUser: someone, szPassword: Secret#42",
-              enter[0].strMessage);
-    const auto failures = Records("ConnectToNamespace", "Exception");
-    ASSERT_EQ(1u, failures.size());
-    char szExpected[32];
-    sprintf(szExpected, "hr: 0x%X", static_cast<unsigned>(hr));
-    EXPECT_EQ(szExpected, failures[0].strMessage);
-}

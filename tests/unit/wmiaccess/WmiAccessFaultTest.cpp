@@ -18,18 +18,19 @@ TEST_F(EmuAccessTest, FailingCallsPassTheirCodeWithOneRecord)
         const char* szMethod;
         const char* szCategory;
         const char* szText;
+        const char* szMessage;
     } cases[] = {
         {"ExecQuery 0x80041017", [](CCWMIAccess& o) { return o.ExecuteQuery("SELECT * FROM Win32_Service"); },
-         "ExecuteQuery", "Internal", "Error calling ExecQuery (native)"},
+         "ExecuteQuery", "Internal", "Error calling ExecQuery (native)", "hr 0x80041017"},
         {"CreateInstanceEnum 0x80041017", [](CCWMIAccess& o) { return o.GetClassInstances("Win32_Service"); },
-         "GetClassInstances", "Internal", "Error calling CreateInstanceEnum (native)"},
+         "GetClassInstances", "Internal", "Error calling CreateInstanceEnum (native)", "hr 0x80041017"},
         {"Next 0x80041017", [](CCWMIAccess& o) { return o.GetClassInstances("Win32_Service"); },
-         "GetNextWMIInstanceInEnumerator", "Internal", "Error calling Next (native)"},
+         "GetNextWMIInstanceInEnumerator", "Internal", "Error calling Next (native)", "hr 0x80041017"},
         // PutClass would answer 0x80041003: the qualifier's own code shows it was not called.
         {"QualifierPut 0x80041017\r\nPutClass 0x80041003", putVersion, "PutClassQualifier", "Internal",
-         "Error putting the upated class definition. "},
+         "Error putting the upated class definition. ", "hr: 0x80041017"},
         {"GetQualifierSet 0x80041017", putVersion, "PutClassQualifier", "Internal",
-         "Error putting the qualifier."},
+         "Error putting the qualifier.", "hr: 0x80041017"},
     };
     const std::string strBefore = Repository();
     for (const auto& c : cases)
@@ -43,9 +44,7 @@ TEST_F(EmuAccessTest, FailingCallsPassTheirCodeWithOneRecord)
         EXPECT_EQ(static_cast<HRESULT>(0x80041017), c.call(oAccess));
         const auto failures = Records(c.szMethod, c.szCategory, c.szText);
         ASSERT_EQ(nBefore + 1, failures.size());
-        EXPECT_TRUE(failures.back().strMessage == "hr 0x80041017" ||
-                    failures.back().strMessage == "hr: 0x80041017")
-            << failures.back().strMessage;
+        EXPECT_EQ(c.szMessage, failures.back().strMessage);
         // Nothing was written, and there is no current object or instance after a failed fetch.
         EXPECT_EQ(strBefore, Repository());
         if (strstr(c.szFault, "Qualifier") == nullptr)
