@@ -234,8 +234,9 @@ CScratchKey::CScratchKey(const std::string& strSubKey)
         m_pSaved = nullptr;
     }
     RegDeleteTreeA(HKEY_LOCAL_MACHINE, m_strSubKey.c_str());
-    RegCreateKeyExA(HKEY_LOCAL_MACHINE, m_strSubKey.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &m_hKey,
-                    nullptr);
+    const LONG lError = RegCreateKeyExA(HKEY_LOCAL_MACHINE, m_strSubKey.c_str(), 0, nullptr, 0,
+                                        KEY_ALL_ACCESS, nullptr, &m_hKey, nullptr);
+    EXPECT_EQ(ERROR_SUCCESS, lError) << "cannot create the scratch key HKLM\\" << m_strSubKey;
 }
 
 CScratchKey::~CScratchKey()
@@ -460,6 +461,9 @@ TarvosRun RunTarvos(const std::string& strArgs, const TarvosOptions& options)
     const TarvosRun trace = ReadTrace(bRelative ? strWorkDir + "\\" + strTraceFile : strTraceFile);
     run.strTrace = trace.strTrace;
     run.lines = trace.lines;
+    // Every run of Tarvos.exe writes main's records; none means another run took the trace key.
+    EXPECT_TRUE(!options.bTrace || !run.strFailure.empty() || !run.lines.empty())
+        << "a traced run left no trace records: " << strCmd;
     return run;
 }
 
