@@ -56,9 +56,13 @@ protected:
     testkit::CScratchKey m_key{std::string("SOFTWARE\\TarvosTestMOF_") +
                                ::testing::UnitTest::GetInstance()->current_test_info()->name()};
 
+    // The MOF list is only read.
     TarvosRun RunCm(const testkit::TarvosOptions& options = testkit::TarvosOptions()) const
     {
-        return RunTarvos("/cm \"/key=" + m_key.SubKey() + "\"", options);
+        const std::string strList = m_key.Text();
+        TarvosRun run = RunTarvos("/cm \"/key=" + m_key.SubKey() + "\"", options);
+        EXPECT_EQ(strList, m_key.Text());
+        return run;
     }
 };
 
@@ -98,11 +102,13 @@ TEST_F(CompileRegistry, FailedFilesGiveOneGroupEachAndTheResultStaysZero)
     for (int nLine = 8; nLine < 26; ++nLine)
         strBroken += "// filler\n";
     const std::string strA = m_world.WriteMof("a.mof", strBroken + "instance of Tvs_A { Name = ; };\n");
-    // A class the repository refuses to store: a new property for a class with instances.
+    // A class the repository refuses to store (a new property for a class with instances) after a
+    // namespace of its own, which stays.
     const std::string strSeed = ClassMof("Tvs_B") + "instance of Tvs_B { Name = \"b\"; };\n";
     m_world.Seed(strSeed);
-    const std::string strB = m_world.WriteMof(
-        "b.mof", e2e::Ns("root\\TarvosTest") + "class Tvs_B\n{\n    [key] string Name;\n    uint32 N;\n};\n");
+    const std::string strB =
+        m_world.WriteMof("b.mof", e2e::Ns("root\\TarvosTestStore") + e2e::Pragma("root\\TarvosTest") +
+                                      "class Tvs_B\n{\n    [key] string Name;\n    uint32 N;\n};\n");
     // Files that cannot be read as MOF text: each is a parse error.
     CreateDirectoryA(m_world.Dir().File("folder.mof").c_str(), nullptr);
     const char kPicture[] = "\x89PNG\r\n\x1a\n\0\0\0\rIHDR\xff\xfe{";
@@ -145,7 +151,7 @@ TEST_F(CompileRegistry, FailedFilesGiveOneGroupEachAndTheResultStaysZero)
     EXPECT_TRUE(run.Has("nReturn=0 '"));
     // The refused class keeps its old definition and its instance.
     const std::string strActual = m_world.Dump("root");
-    EXPECT_EQ(m_world.DumpOf(strSeed, ClassMof("Tvs_One")), strActual);
+    EXPECT_EQ(m_world.DumpOf(strSeed, ClassMof("Tvs_One") + e2e::Ns("root\\TarvosTestStore")), strActual);
 }
 
 TEST_F(CompileRegistry, KeyNameIsCompletedBelowLocalMachine)

@@ -50,10 +50,10 @@ class TempService : public ::testing::Test
 protected:
     testkit::CEmuWorld m_world;
     // The service process does not inherit the test's environment: these name the world's files.
-    e2e::CPrefixValue m_repository{HKEY_LOCAL_MACHINE, "Software\\WmiEmu", "Repository",
-                                   m_world.Dir().File("repository.txt").c_str()};
-    e2e::CPrefixValue m_faults{HKEY_LOCAL_MACHINE, "Software\\WmiEmu", "Faults",
-                               m_world.Dir().File("faults.txt").c_str()};
+    testkit::CSavedValue m_repository{HKEY_LOCAL_MACHINE, "Software\\WmiEmu", "Repository",
+                                      m_world.Dir().File("repository.txt").c_str()};
+    testkit::CSavedValue m_faults{HKEY_LOCAL_MACHINE, "Software\\WmiEmu", "Faults",
+                                  m_world.Dir().File("faults.txt").c_str()};
 
     void SetUp() override
     {

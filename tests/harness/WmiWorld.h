@@ -41,4 +41,10 @@ std::string FailedDump();
 std::string Pragma(const std::string& strNs);
 // Three lines: creates the namespace in its parent and switches to it.
 std::string Ns(const std::string& strPath);
+// One class in namespace root\TarvosTest: its qualifier list (if any) on line 4, the class
+// on the lines from there to 7 (or 8 with a qualifier line ending in "\n").
+inline std::string ClassMof(const std::string& strClass, const std::string& strQualifiers = "")
+{
+    return Ns("root\\TarvosTest") + strQualifiers + "class " + strClass + "\n{\n    [key] string Name;\n};\n";
+}
 } // namespace testkit
