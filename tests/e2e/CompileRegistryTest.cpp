@@ -73,7 +73,6 @@ TEST_F(CompileRegistry, OnlyNonEmptyStringValuesAreCompiled)
     const std::string strBefore = m_world.Dump("root");
     const auto none = RunCm();
     EXPECT_EQ(0u, none.dwExitCode);
-    EXPECT_TRUE(CompiledFiles(none).empty());
     EXPECT_EQ("ret=0", Only(none, kFunction, "Leave"));
     EXPECT_EQ(strBefore, m_world.Dump("root"));
 
@@ -84,12 +83,11 @@ TEST_F(CompileRegistry, OnlyNonEmptyStringValuesAreCompiled)
     m_key.SetString("2_path", strMof);
     m_key.SetString("3_expand", "%TVS_MOFDIR%\\expand.mof", REG_EXPAND_SZ);
     m_key.SetString("4_empty", "");
-    m_key.SetBinary("5_binary", strMof);
-    m_key.SetString("6_multi", strMof + std::string(1, '\0'), REG_MULTI_SZ);
+    m_key.SetBinary("5_binary", m_world.WriteMof("binary.mof", ClassMof("Tvs_Binary")));
+    m_key.SetString("6_multi", m_world.WriteMof("multi.mof", ClassMof("Tvs_Multi")) + '\0', REG_MULTI_SZ);
     const auto run = RunCm();
     SetEnvironmentVariableA("TVS_MOFDIR", nullptr);
     EXPECT_EQ(0u, run.dwExitCode);
-    EXPECT_EQ(std::vector<std::string>{strMof}, CompiledFiles(run));
     EXPECT_TRUE(FailureGroups(run).empty());
     const std::string strActual = m_world.Dump("root");
     EXPECT_EQ(m_world.DumpOf(ClassMof("Tvs_One")), strActual);
@@ -131,7 +129,6 @@ TEST_F(CompileRegistry, FailedFilesGiveOneGroupEachAndTheResultStaysZero)
     const auto run = RunCm();
     ASSERT_FALSE(run.bTimedOut);
     EXPECT_EQ(0u, run.dwExitCode);
-    EXPECT_EQ(files, CompiledFiles(run));
     const auto groups = FailureGroups(run);
     ASSERT_EQ(6u, groups.size()) << run.strTrace;
     EXPECT_NE(std::string::npos, groups[0].find("!\nVerbose compile_status_info.ObjectNum = 3!\n"
@@ -170,7 +167,6 @@ TEST_F(CompileRegistry, KeyNameIsCompletedBelowLocalMachine)
     defaultKey.SetString("other", strOther);
     const auto byDefault = RunTarvos("/cm");
     EXPECT_EQ(0u, byDefault.dwExitCode);
-    EXPECT_EQ(std::vector<std::string>{strOther}, CompiledFiles(byDefault));
     const std::string strActual = m_world.Dump("root");
     EXPECT_EQ(m_world.DumpOf(ClassMof("Tvs_Two")), strActual);
 }
