@@ -199,7 +199,7 @@ TEST_F(CompileFile, RealVersionQualifierIgnoresTheUsersDecimalComma)
     const std::string strMof = m_world.WriteMof("agent.mof", AgentMof(Version("2.5")));
     testkit::TarvosRun run;
     {
-        e2e::CPrefixValue comma(HKEY_CURRENT_USER, "Control Panel\\International", "sDecimal", ",");
+        testkit::CSavedValue comma(HKEY_CURRENT_USER, "Control Panel\\International", "sDecimal", ",");
         run = RunTarvos("/cf \"/mof=" + strMof + "\"");
     }
     EXPECT_EQ(0u, run.dwExitCode);

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+using testkit::Messages;
 using testkit::RunTarvos;
 
 namespace
@@ -33,9 +34,16 @@ const std::string kOtherMof = e2e::Ns("root\\TarvosTestOther") +
 const std::string kLeftMof = e2e::Ns("root\\TarvosTestDel") + "class tv_lower { [key] string Name; };\n"
                                                               "instance of tv_lower { Name = \"kept\"; };\n";
 
+// The list as "type:bytes", "<none>" when it is missing.
+std::string List(const std::string& strBytes, DWORD dwType = REG_MULTI_SZ)
+{
+    return strBytes == "<none>" ? strBytes : std::to_string(dwType) + ":" + strBytes;
+}
 std::string AutoRecover()
 {
-    return testkit::RegBytes(HKEY_LOCAL_MACHINE, kCimom, kAutoRecover);
+    DWORD dwType = 0;
+    const std::string strBytes = testkit::RegBytes(HKEY_LOCAL_MACHINE, kCimom, kAutoRecover, &dwType);
+    return List(strBytes, dwType);
 }
 void AutoRecoverSet(const std::string& strBytes, DWORD dwType = REG_MULTI_SZ)
 {
@@ -54,15 +62,6 @@ protected:
     testkit::TarvosRun Delete(const std::string& strMof, const std::string& strMore = "")
     {
         return RunTarvos("/dd \"/mof=" + strMof + "\"" + strMore);
-    }
-    // "level message" of the records with one text.
-    std::vector<std::string> Messages(const testkit::TarvosRun& run, const std::string& strText) const
-    {
-        std::vector<std::string> messages;
-        for (const std::string& strRecord : run.lines)
-            if (e2e::Column(strRecord, 7) == strText)
-                messages.push_back(e2e::Column(strRecord, 3) + " " + e2e::Message(strRecord));
-        return messages;
     }
 };
 } // namespace
@@ -99,7 +98,7 @@ TEST_F(MofDelete, WhatTheMofInstalledGoesAndAllElseStays)
     EXPECT_EQ(1u, Messages(run, "Throwing exception because a class has no name").size());
     EXPECT_EQ(std::vector<std::string>{"Verbose [1]='" + m_strMof + "'"},
               Messages(run, "Removing entry from AUTORECOVER value"));
-    EXPECT_EQ(MultiSz({"C:\\other.mof"}), AutoRecover());
+    EXPECT_EQ(List(MultiSz({"C:\\other.mof"})), AutoRecover());
 
     // Twice: nothing left to find, and still done; only the kept class can be asked for its instance.
     const auto again = Delete(m_strMof);
@@ -140,8 +139,14 @@ TEST_F(MofDelete, FilesThatCannotBeUndoneChangeNothing)
     };
     for (const Case& c : cases)
     {
-        const auto run = Delete(m_world.WriteMof(c.szName, c.strText));
+        const std::string strFile = m_world.WriteMof(c.szName, c.strText);
+        AutoRecoverSet(MultiSz({"C:\\other.mof", strFile}));
+        const auto run = Delete(strFile);
         EXPECT_EQ(c.dwExit, run.dwExitCode) << c.szName;
+        EXPECT_EQ(List(MultiSz(c.dwExit ? std::vector<std::string>{"C:\\other.mof", strFile}
+                                        : std::vector<std::string>{"C:\\other.mof"})),
+                  AutoRecover())
+            << c.szName;
         EXPECT_TRUE(run.Has(c.szText)) << c.szName << "\n" << run.strTrace;
         EXPECT_EQ(strBefore, m_world.Dump("root")) << c.szName;
     }
@@ -154,7 +159,7 @@ TEST_F(MofDelete, FilesThatCannotBeUndoneChangeNothing)
 
 TEST_F(MofDelete, AutoRecoverListLosesEveryEntryOfTheFileName)
 {
-    m_world.Seed(e2e::Ns("root\\TarvosTestDel") + "class Tv_Gone { [key] string N; };\n");
+    const std::string strGone = m_world.DumpOf(e2e::Ns("root\\TarvosTestDel"));
     const std::string strMof = m_world.WriteMof("x.mof", kNsDel + "class Tv_Gone { };\n");
     struct Case
     {
@@ -176,13 +181,15 @@ TEST_F(MofDelete, AutoRecoverListLosesEveryEntryOfTheFileName)
     };
     for (const Case& c : cases)
     {
+        SCOPED_TRACE(c.strBefore);
+        m_world.DumpOf(e2e::Ns("root\\TarvosTestDel") + "class Tv_Gone { [key] string N; };\n");
         AutoRecoverSet(c.strBefore, c.dwType);
         const auto run = Delete(strMof);
-        EXPECT_EQ(c.dwExit, run.dwExitCode) << c.strBefore;
-        EXPECT_EQ(c.strAfter == "<same>" ? c.strBefore : c.strAfter, AutoRecover()) << c.strBefore;
+        EXPECT_EQ(c.dwExit, run.dwExitCode);
+        EXPECT_EQ(c.strAfter == "<same>" ? List(c.strBefore, c.dwType) : List(c.strAfter), AutoRecover());
         EXPECT_EQ(
             c.dwExit == 0 ? 0u : 1u,
             run.Records("DoDeleteFromAutoRecoverList", "Internal", "Could not get autorecover value").size());
-        EXPECT_EQ(std::string::npos, m_world.Dump("root").find("Tv_Gone"));
+        EXPECT_EQ(strGone, m_world.Dump("root"));
     }
 }

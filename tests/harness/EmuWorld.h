@@ -1,5 +1,7 @@
 // The emulated WMI of one end-to-end test: a private repository and fault file in a scratch
-// folder, chosen through the emulator's environment variables, which Tarvos.exe inherits.
+// folder, chosen through the emulator's environment variables, which Tarvos.exe inherits. They are
+// the whole process's: one world is live at a time (a second one fails its test and changes
+// nothing), and the values from before come back when it goes.
 #pragma once
 
 #include "WmiWorld.h"
@@ -23,5 +25,9 @@ public:
     void Fault(const std::string& strLine) const;
     // Output of wmiemutool with the given arguments (exit code in *pdwExit).
     std::string Tool(const std::string& strArgs, DWORD* pdwExit = nullptr) const;
+
+private:
+    bool m_bLive = false;
+    std::string m_astrBefore[2]; // the variables' values before, "\n" when unset
 };
 } // namespace testkit

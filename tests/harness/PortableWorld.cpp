@@ -99,7 +99,7 @@ void CPortableWorld::Seed(const std::string& strText) const
 std::string CPortableWorld::Dump(const std::string& strNamespace) const
 {
     if (m_pCompiler == nullptr)
-        return "<no world>"; // the constructor said why
+        return FailedDump(); // the constructor said why
     wmitext::DumpScope scope;
     scope.roots.push_back(Wide(strNamespace));
     if (_stricmp(strNamespace.c_str(), "root") == 0)
@@ -108,7 +108,7 @@ std::string CPortableWorld::Dump(const std::string& strNamespace) const
     if (!wmitext::Dump(m_pLocator, scope, strText, strError))
     {
         ADD_FAILURE() << "dump of " << strNamespace << ": " << wmitext::Utf8(strError);
-        return "<dump failed>";
+        return FailedDump();
     }
     return wmitext::Utf8(strText);
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 
@@ -63,6 +64,26 @@ CScratchDir::CScratchDir()
 CScratchDir::~CScratchDir()
 {
     RemoveTree(m_strPath);
+}
+
+std::string FolderText(const std::string& strPath, const std::string& strSkip)
+{
+    std::string strText;
+    WIN32_FIND_DATAA fd;
+    HANDLE hFind = FindFirstFileA((strPath + "\\*").c_str(), &fd);
+    for (BOOL bMore = hFind != INVALID_HANDLE_VALUE; bMore; bMore = FindNextFileA(hFind, &fd))
+    {
+        const std::string strName = fd.cFileName, strChild = strPath + "\\" + strName;
+        if (strName == "." || strName == ".." || _stricmp(strChild.c_str(), strSkip.c_str()) == 0)
+            continue;
+        const std::vector<unsigned char> bytes = ReadBytes(strChild);
+        strText += fd.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY
+                       ? "[" + strChild + "]\n" + FolderText(strChild, strSkip)
+                       : strChild + " = " + std::string(bytes.begin(), bytes.end()) + "\n";
+    }
+    if (hFind != INVALID_HANDLE_VALUE)
+        FindClose(hFind);
+    return strText;
 }
 
 bool FileExists(const std::string& strPath)
@@ -234,8 +255,22 @@ CScratchKey::CScratchKey(const std::string& strSubKey)
         m_pSaved = nullptr;
     }
     RegDeleteTreeA(HKEY_LOCAL_MACHINE, m_strSubKey.c_str());
-    RegCreateKeyExA(HKEY_LOCAL_MACHINE, m_strSubKey.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &m_hKey,
-                    nullptr);
+    const LONG lError = RegCreateKeyExA(HKEY_LOCAL_MACHINE, m_strSubKey.c_str(), 0, nullptr, 0,
+                                        KEY_ALL_ACCESS, nullptr, &m_hKey, nullptr);
+    EXPECT_EQ(ERROR_SUCCESS, lError) << "cannot create the scratch key HKLM\\" << m_strSubKey;
+}
+
+std::string CScratchKey::Text() const
+{
+    Saved saved;
+    if (!saved.Read(HKEY_LOCAL_MACHINE, m_strSubKey))
+        return "<no key>";
+    std::string strText;
+    for (const Saved::Value& v : saved.values)
+        strText += v.strName + " " + std::to_string(v.dwType) + " " + v.strData + "\n";
+    for (const auto& sub : saved.subkeys)
+        strText += "[" + sub.first + "]\n";
+    return strText;
 }
 
 CScratchKey::~CScratchKey()
@@ -265,6 +300,15 @@ CSavedValue::CSavedValue(HKEY hRoot, const char* szKey, const char* szName)
     if (m_bHad && cbData > 0)
         RegQueryValueExA(hKey, szName, nullptr, &m_dwType, reinterpret_cast<BYTE*>(&m_strData[0]), &cbData);
     RegCloseKey(hKey);
+}
+
+CSavedValue::CSavedValue(HKEY hRoot, const char* szKey, const char* szName, const char* szValue)
+    : CSavedValue(hRoot, szKey, szName)
+{
+    const LONG lError = szValue != nullptr ? RegSetKeyValueA(hRoot, szKey, szName, REG_SZ, szValue,
+                                                             static_cast<DWORD>(strlen(szValue) + 1))
+                                           : RegDeleteKeyValueA(hRoot, szKey, szName);
+    EXPECT_TRUE(lError == ERROR_SUCCESS || (szValue == nullptr && !m_bHad)) << szKey << "\\" << szName;
 }
 
 CSavedValue::~CSavedValue()
@@ -460,6 +504,9 @@ TarvosRun RunTarvos(const std::string& strArgs, const TarvosOptions& options)
     const TarvosRun trace = ReadTrace(bRelative ? strWorkDir + "\\" + strTraceFile : strTraceFile);
     run.strTrace = trace.strTrace;
     run.lines = trace.lines;
+    // Every run of Tarvos.exe writes main's records; none means another run took the trace key.
+    EXPECT_TRUE(!options.bTrace || !run.strFailure.empty() || !run.lines.empty())
+        << "a traced run left no trace records: " << strCmd;
     return run;
 }
 
@@ -478,6 +525,15 @@ std::string Only(const TarvosRun& run, const std::string& strMethod, const std::
     return (bLevel ? Column(found[0], 3) + " " : std::string()) + Message(found[0]);
 }
 
+std::vector<std::string> Messages(const TarvosRun& run, const std::string& strText)
+{
+    std::vector<std::string> messages;
+    for (const std::string& strRecord : run.lines)
+        if (Column(strRecord, 7) == strText)
+            messages.push_back(Column(strRecord, 3) + " " + Message(strRecord));
+    return messages;
+}
+
 size_t Find(const TarvosRun& run, const std::string& strMethod, const std::string& strCategory, size_t nFrom)
 {
     for (size_t i = nFrom; i < run.lines.size(); ++i)
@@ -489,13 +545,13 @@ size_t Find(const TarvosRun& run, const std::string& strMethod, const std::strin
     return run.lines.size();
 }
 
-std::string RegBytes(HKEY hRoot, const char* szKey, const char* szName)
+std::string RegBytes(HKEY hRoot, const char* szKey, const char* szName, DWORD* pdwType)
 {
     HKEY hKey = nullptr;
     BYTE buffer[4096];
     DWORD cbData = sizeof(buffer);
     const bool bRead = RegOpenKeyExA(hRoot, szKey, 0, KEY_READ, &hKey) == ERROR_SUCCESS &&
-                       RegQueryValueExA(hKey, szName, nullptr, nullptr, buffer, &cbData) == ERROR_SUCCESS;
+                       RegQueryValueExA(hKey, szName, nullptr, pdwType, buffer, &cbData) == ERROR_SUCCESS;
     RegCloseKey(hKey);
     return bRead ? std::string(reinterpret_cast<const char*>(buffer), cbData) : "<none>";
 }

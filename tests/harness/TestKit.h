@@ -27,6 +27,8 @@ private:
 bool FileExists(const std::string& strPath);
 std::vector<unsigned char> ReadBytes(const std::string& strPath);
 bool WriteBytes(const std::string& strPath, const std::string& strBytes);
+// Every file below a folder (but strSkip) with its bytes, as text (to compare before and after).
+std::string FolderText(const std::string& strPath, const std::string& strSkip = "");
 
 // UTF-16 LE text as its bytes, the way the trace writes it ("\n" stays as it is).
 std::string Utf16Bytes(const std::string& strAscii);
@@ -63,6 +65,8 @@ public:
     void SetBinary(const char* szName, const std::string& strBytes);
     void Delete(const char* szName);
     const std::string& SubKey() const { return m_strSubKey; }
+    // The key's values and subkeys as they are now, as text (to compare before and after).
+    std::string Text() const;
 
 private:
     std::string m_strSubKey;
@@ -77,6 +81,8 @@ class CSavedValue
 {
 public:
     CSavedValue(HKEY hRoot, const char* szKey, const char* szName);
+    // And then set to a string (or deleted, with null) for the life of the object.
+    CSavedValue(HKEY hRoot, const char* szKey, const char* szName, const char* szValue);
     ~CSavedValue();
     CSavedValue(const CSavedValue&) = delete;
     CSavedValue& operator=(const CSavedValue&) = delete;
@@ -123,13 +129,15 @@ inline std::string Message(const std::string& strRecord)
 // bLevel); a marker when there is not exactly one.
 std::string Only(const TarvosRun& run, const std::string& strMethod, const std::string& strCategory,
                  const std::string& strText = "", bool bLevel = false);
+// "level message" of the records with one text, in order.
+std::vector<std::string> Messages(const TarvosRun& run, const std::string& strText);
 // Index of the first record of a method ("Class::Method") and category at or after nFrom;
 // lines.size() when there is none.
 size_t Find(const TarvosRun& run, const std::string& strMethod, const std::string& strCategory,
             size_t nFrom = 0);
 
-// A registry value's bytes, "<none>" when it is missing; setting "<none>" deletes it.
-std::string RegBytes(HKEY hRoot, const char* szKey, const char* szName);
+// A registry value's bytes (and type), "<none>" when it is missing; setting "<none>" deletes it.
+std::string RegBytes(HKEY hRoot, const char* szKey, const char* szName, DWORD* pdwType = nullptr);
 void SetRegBytes(HKEY hRoot, const char* szKey, const char* szName, const std::string& strBytes,
                  DWORD dwType);
 // REG_MULTI_SZ data: each string with its NUL, one more NUL at the end.

@@ -24,6 +24,12 @@ std::string CWmiWorld::DumpOf(const std::string& strMof, const std::string& strM
     return Dump("root");
 }
 
+std::string FailedDump()
+{
+    static LONG s_nFailed = 0;
+    return "<dump failed #" + std::to_string(InterlockedIncrement(&s_nFailed)) + ">";
+}
+
 std::string Pragma(const std::string& strNs)
 {
     std::string strText = "#pragma namespace(\"\\\\\\\\.";

@@ -28,15 +28,23 @@ public:
     virtual void Reset() const = 0;
     // The dump of root when it holds just what the MOF texts define, compiled one after the
     // other. Made in the world itself, which then holds it: both sides of a comparison come from
-    // the same WMI (and a second CEmuWorld would take the first one's environment variables).
+    // the same WMI (one CEmuWorld is live at a time).
     std::string DumpOf(const std::string& strMof, const std::string& strMore = "") const;
 
 private:
     CScratchDir m_dir;
 };
 
+// What Dump returns when it failed (the test failed too): a text that no other dump equals.
+std::string FailedDump();
 // "#pragma namespace" for a path such as root\A\B (single backslashes), on the local machine.
 std::string Pragma(const std::string& strNs);
 // Three lines: creates the namespace in its parent and switches to it.
 std::string Ns(const std::string& strPath);
+// One class in namespace root\TarvosTest: its qualifier list (if any) on line 4, the class
+// on the lines from there to 7 (or 8 with a qualifier line ending in "\n").
+inline std::string ClassMof(const std::string& strClass, const std::string& strQualifiers = "")
+{
+    return Ns("root\\TarvosTest") + strQualifiers + "class " + strClass + "\n{\n    [key] string Name;\n};\n";
+}
 } // namespace testkit
