@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cwctype>
+#include <iterator>
 #include <set>
 
 namespace wmiemu
@@ -81,6 +82,15 @@ Repository Repository::Fresh()
     for (const wchar_t* p : {L"root", L"root\\default", L"root\\cimv2"})
         r.m_namespaces[Lower(p)].path = p;
     return r;
+}
+
+void Repository::CopyFrom(const Repository& other)
+{
+    for (auto it = m_namespaces.begin(); it != m_namespaces.end();)
+        it = other.m_namespaces.count(it->first) ? std::next(it) : m_namespaces.erase(it);
+    // Assigned item by item: strings and vectors keep their storage where it is large enough.
+    for (auto& [key, ns] : other.m_namespaces)
+        m_namespaces[key] = ns;
 }
 
 Namespace* Repository::FindNs(const std::wstring& ns)

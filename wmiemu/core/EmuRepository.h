@@ -23,6 +23,10 @@ public:
     // root, root\default and root\cimv2, as a new WMI installation has them.
     static Repository Fresh();
 
+    // Makes this repository equal to other, reusing the storage of the items it already holds (cheaper
+    // than a copy when both mostly agree).
+    void CopyFrom(const Repository& other);
+
     // Text form: the repository file and the dump (sorted, one item a line; see README.md).
     std::wstring Serialize(const std::wstring& nsFilter = L"") const;
     bool Parse(const std::wstring& text, std::wstring& error);

@@ -318,12 +318,20 @@ HRESULT Store::Modify(const std::function<HRESULT(Repository&)>& f, bool bKeepOn
     HRESULT hr = Sync();
     if (FAILED(hr))
         return hr;
-    Repository copy = m_repo;
+    // The copy is made over the repository of an earlier call, kept for this: its items mostly match
+    // and keep their storage, so a call on a large repository allocates little.
+    Repository copy;
+    std::swap(copy, m_spare);
+    copy.CopyFrom(m_repo);
     hr = f(copy);
     if (FAILED(hr) && !bKeepOnFailure)
+    {
+        m_spare = std::move(copy);
         return hr;
+    }
     std::wstring record = copy.JournalRecord(m_repo);
-    m_repo = std::move(copy);
+    std::swap(m_repo, copy);
+    m_spare = std::move(copy);
     HRESULT hrSave = record.empty() ? (HRESULT)WBEM_S_NO_ERROR : Append(record);
     return FAILED(hrSave) ? hrSave : hr;
 }

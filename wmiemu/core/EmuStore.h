@@ -50,6 +50,7 @@ private:
 
     class Lock;
     Repository m_repo;
+    Repository m_spare; // the repository before the last write, storage for the next one's copy
     bool m_bLoaded = false;
     FILETIME m_ftWrite = {};
     ULONGLONG m_nSize = 0;
