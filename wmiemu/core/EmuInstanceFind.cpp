@@ -128,6 +128,8 @@ int Repository::FindInstance(const Namespace& ns, const std::wstring& cls, const
             else if (pp->type == CIM_REFERENCE && value.kind == Value::Kind::String &&
                      pv->kind == Value::Kind::String)
                 bMatch = CanonicalPath(ns.path, pv->s) == CanonicalPath(ns.path, value.s);
+            else if (pv->kind == Value::Kind::Int && value.kind == Value::Kind::Int)
+                bMatch = pv->i == value.i; // as their texts compare, without writing them
             else
                 bMatch = KeyCompareText(*pv) == pathTexts[k];
         }
