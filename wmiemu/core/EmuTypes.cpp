@@ -48,6 +48,8 @@ int NameCmp(const std::wstring& a, const std::wstring& b)
     size_t n = 0;
     for (; n < a.size() && n < b.size(); ++n)
     {
+        if (a[n] == b[n])
+            continue; // the same character needs no case folding (names mostly agree in case)
         wchar_t ca = (wchar_t)std::towlower(a[n]), cb = (wchar_t)std::towlower(b[n]);
         if (ca != cb)
             return ca < cb ? -1 : 1;
