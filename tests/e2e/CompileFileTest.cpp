@@ -173,10 +173,8 @@ TEST_F(CompileFile, MofsFolderIsTheCurrentDirectoryEvenWithAnsiCharacters)
     testkit::CScratchDir start;
     CreateDirectoryA(start.File("parts").c_str(), nullptr);
     testkit::WriteBytes(start.File("parts\\step.mof"), e2e::ClassMof("Tvs_Decoy"));
-    testkit::TarvosOptions options;
-    options.strWorkDir = start.Path();
-    options.strTraceFile = "cf.trc"; // follows the current directory
-    const auto run = RunTarvos("/cf \"/mof=" + strMof + "\"", options);
+    // The trace file follows the current directory.
+    const auto run = RunTarvos("/cf \"/mof=" + strMof + "\"", testkit::StartedIn(start.Path(), "cf.trc"));
     EXPECT_EQ(0u, run.dwExitCode) << run.strTrace;
     const std::string strActual = m_world.Dump("root");
     EXPECT_EQ(m_world.DumpOf(AgentMof(Version("1.0")) + strSecond), strActual);
