@@ -50,10 +50,9 @@ TEST(EntryPoint, EntryRecordShowsTheFirstThreeArguments)
 TEST(EntryPoint, RelativeNamesBecomeFullPathsInTheWorkingDirectory)
 {
     testkit::CScratchDir dir;
-    testkit::TarvosOptions options;
-    options.strWorkDir = dir.Path();
     // The runtime's argument rules: a quoted argument keeps its blank, \" is a literal quote.
-    const auto run = RunTarvos("/dd \"/ini=x y.ini\" /MOF=\\\"\\\"sub\\a.mof\\\"", options);
+    const auto run =
+        RunTarvos("/dd \"/ini=x y.ini\" /MOF=\\\"\\\"sub\\a.mof\\\"", testkit::StartedIn(dir.Path()));
     const std::string strEnter = Only(run, "WbemUtil::CheckParams", "Enter");
     EXPECT_NE(std::string::npos, strEnter.find("mof='" + dir.File("sub\\a.mof") + "'\nini='" +
                                                dir.File("x y.ini") + "'\nreg=''\n"))

@@ -142,26 +142,38 @@ TEST_F(TempService, JobRunsInsideTheServiceAndItsCodeComesBack)
     struct Case
     {
         const char* szName;
-        std::string strMof, strSeed, strAfter; // the MOF, the repository before and after
+        std::string strCommand, strFile, strSeed, strAfter; // /cf's MOF, /cm's listed MOF or /sq's INI
         int nJob;
         DWORD dwExit;
+        std::string strBackup; // what /sq /backup leaves in the INI's backup
     };
+    const std::string strSq = "[Qualifier]\r\n1=root\\TarvosTest:Tvs_Agent.Version=\"4.0\"\r\n";
     const Case aCases[] = {
-        {"compiled", AgentMof("2.0"), "", AgentMof("2.0"), 0, 0},
-        {"not newer", AgentMof("1.0"), AgentMof("5.0"), AgentMof("5.0"), 18, 0},
-        {"compile error", AgentMof("3.0", "instance of Tvs_Agent { Name = ; };\n"), "", "", 17, 17},
+        {"compiled", "cf", AgentMof("2.0"), "", AgentMof("2.0"), 0, 0, ""},
+        {"not newer", "cf", AgentMof("1.0"), AgentMof("5.0"), AgentMof("5.0"), 18, 0, ""},
+        {"compile error", "cf", AgentMof("3.0", "instance of Tvs_Agent { Name = ; };\n"), "", "", 17, 17, ""},
+        {"listed", "cm", AgentMof("2.0"), AgentMof("1.0"), AgentMof("2.0"), 0, 0, ""},
+        {"qualifier", "sq", strSq, AgentMof("1.0"),
+         e2e::ClassMof("Tvs_Agent", "[Version(\"4.0\"):Restricted]\n"), 0, 0,
+         "[Qualifier]\r\n1=root\\TarvosTest:Tvs_Agent.Version=\"1.0\"\r\n"},
     };
     testkit::CSharedCounters counters(HostExe()); // held open: the counters outlive each run
+    testkit::CScratchKey key("SOFTWARE\\TarvosTestMOF_Service");
     for (const Case& c : aCases)
     {
         SCOPED_TRACE(c.szName);
         const std::string strAfter = m_world.DumpOf(c.strAfter);
         m_world.DumpOf(c.strSeed);
-        const std::string strMof = m_world.WriteMof("agent.mof", c.strMof);
-        const ServiceRun run = Run(HostExe(), "/cf \"/mof=" + strMof + "\" /system");
+        const std::string strFile =
+            m_world.WriteMof(c.strCommand == "sq" ? "agent.ini" : "agent.mof", c.strFile);
+        key.SetString("agent", strFile);
+        const std::string strBackup = m_world.WriteMof("agent_backup.ini", "");
+        const std::string strArgs = c.strCommand == "cf"   ? "\"/mof=" + strFile + "\""
+                                    : c.strCommand == "cm" ? "\"/key=" + key.SubKey() + "\""
+                                                           : "\"/ini=" + strFile + "\" /backup";
+        const ServiceRun run = Run(HostExe(), "/" + c.strCommand + " " + strArgs + " /system");
         ASSERT_FALSE(run.normal.bTimedOut);
         EXPECT_EQ(c.dwExit, run.normal.dwExitCode);
-
         // Normal side: started, waited for, deleted; 18 becomes 0 only here.
         EXPECT_EQ(0, counters.Inst());
         EXPECT_EQ(0, counters.SystemInst());
@@ -180,15 +192,23 @@ TEST_F(TempService, JobRunsInsideTheServiceAndItsCodeComesBack)
                   Only(run.service, "main", "Enter", "Tarvos called"));
         EXPECT_EQ("pszServiceName='Tarvos', proc=0x",
                   Only(run.service, "CCTempService::RegisterDispatcher", "Enter").substr(0, 32));
-        EXPECT_EQ("\nargc=5\nargv[0]='Tarvos'\nargv[1]='" + HostExe() + "'\nargv[2]='/cf'",
+        EXPECT_EQ("\nargc=" + std::string(c.strCommand == "sq" ? "6" : "5") +
+                      "\nargv[0]='Tarvos'\nargv[1]='" + HostExe() + "'\nargv[2]='/" + c.strCommand + "'",
                   Only(run.service, "TempServiceProc", "Enter"));
-        for (const std::string& strParsed : {std::string("System=true"), "mof='" + strMof + "'"})
+        const std::string strOption = c.strCommand == "cf"   ? "mof='" + strFile + "'"
+                                      : c.strCommand == "cm" ? "reg='" + key.SubKey() + "'"
+                                                             : "ini='" + strFile + "'";
+        for (const std::string& strParsed :
+             {std::string("System=true"), "Backup=" + std::string(c.strBackup.empty() ? "false" : "true"),
+              strOption})
             EXPECT_NE(std::string::npos, run.service.strTrace.find(strParsed)) << strParsed;
         EXPECT_EQ("gg_nSvcExitcode=" + std::to_string(c.nJob), Only(run.service, "TempServiceProc", "Leave"));
         EXPECT_EQ("ret=0x00000000", Only(run.service, "CCTempService::RegisterDispatcher", "Leave"));
         EXPECT_EQ(0u, e2e::OldVersionForgiven(run.service));
         EXPECT_EQ("nReturn=0 '0, EXITCODE_OK'", Only(run.service, "main", "Leave"));
         EXPECT_EQ(strAfter, m_world.Dump("root"));
+        const std::vector<unsigned char> backup = testkit::ReadBytes(strBackup);
+        EXPECT_EQ(c.strBackup, std::string(backup.begin(), backup.end()));
     }
 }
 

@@ -484,6 +484,14 @@ TarvosRun RunProgram(const std::string& strCommandLine, const std::string& strWo
     return run;
 }
 
+TarvosOptions StartedIn(const std::string& strWorkDir, const std::string& strTraceFile)
+{
+    TarvosOptions options;
+    options.strWorkDir = strWorkDir;
+    options.strTraceFile = strTraceFile;
+    return options;
+}
+
 TarvosRun RunTarvos(const std::string& strArgs, const TarvosOptions& options)
 {
     CScratchDir dir;

@@ -153,6 +153,8 @@ struct TarvosOptions
     // directory of each record; the run's trace is then the one in the working directory.
     std::string strTraceFile;
 };
+// A run started in strWorkDir (empty: a scratch folder), tracing into strTraceFile.
+TarvosOptions StartedIn(const std::string& strWorkDir, const std::string& strTraceFile = "");
 
 // A trace file's text and records (empty when there is no such file).
 TarvosRun ReadTrace(const std::string& strPath);
