@@ -24,20 +24,31 @@ std::wstring FromUtf8(const std::string& s)
     return r;
 }
 
-bool ReadTextFile(const std::wstring& path, std::wstring& text)
+namespace
+{
+// The bytes of a file from nOffset on; false when it cannot be read.
+bool ReadFrom(const std::wstring& path, ULONGLONG nOffset, std::string& data)
 {
     HANDLE h = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                            nullptr, OPEN_EXISTING, 0, nullptr);
     if (h == INVALID_HANDLE_VALUE)
         return false;
-    std::string data;
+    LARGE_INTEGER li;
+    li.QuadPart = (LONGLONG)nOffset;
     char buf[65536];
     DWORD dwRead = 0;
-    bool bOk = true;
-    while ((bOk = ReadFile(h, buf, sizeof(buf), &dwRead, nullptr) != FALSE) && dwRead > 0)
+    bool bOk = SetFilePointerEx(h, li, nullptr, FILE_BEGIN) != FALSE;
+    while (bOk && (bOk = ReadFile(h, buf, sizeof(buf), &dwRead, nullptr) != FALSE) && dwRead > 0)
         data.append(buf, dwRead);
     CloseHandle(h);
-    if (!bOk)
+    return bOk;
+}
+} // namespace
+
+bool ReadTextFile(const std::wstring& path, std::wstring& text)
+{
+    std::string data;
+    if (!ReadFrom(path, 0, data))
         return false;
     if (data.size() >= 2 && (unsigned char)data[0] == 0xFF && (unsigned char)data[1] == 0xFE)
         text.assign((const wchar_t*)(data.data() + 2), (data.size() - 2) / 2);
@@ -146,23 +157,6 @@ ULONGLONG SizeOf(const WIN32_FILE_ATTRIBUTE_DATA& fad)
     return ((ULONGLONG)fad.nFileSizeHigh << 32) | fad.nFileSizeLow;
 }
 
-// The bytes of a file from nOffset on; false when it cannot be read.
-bool ReadFrom(const std::wstring& path, ULONGLONG nOffset, std::string& data)
-{
-    HANDLE h = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                           nullptr, OPEN_EXISTING, 0, nullptr);
-    if (h == INVALID_HANDLE_VALUE)
-        return false;
-    LARGE_INTEGER li;
-    li.QuadPart = (LONGLONG)nOffset;
-    char buf[65536];
-    DWORD dwRead = 0;
-    bool bOk = SetFilePointerEx(h, li, nullptr, FILE_BEGIN) != FALSE;
-    while (bOk && (bOk = ReadFile(h, buf, sizeof(buf), &dwRead, nullptr) != FALSE) && dwRead > 0)
-        data.append(buf, dwRead);
-    CloseHandle(h);
-    return bOk;
-}
 } // namespace
 
 std::wstring Store::JournalHeader() const
