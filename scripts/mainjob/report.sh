@@ -81,7 +81,8 @@ run_and_report() {
         echo "$files" | sed 's/^/  /'
     fi
     echo
-    echo "== Trace: $jobdir/trace.txt (UTF-8 copy of $run/Tarvos.trc)"
+    echo "== Trace at level $level: $jobdir/trace.txt (UTF-8 copy of $run/Tarvos.trc)"
+    [ "$level" -ge 3 ] || echo "(errors and warnings only: --trace-level 4 for Tarvos's whole story)"
     trace_problems <"$jobdir/trace.txt"
     ini_outcomes "$@"
 }

@@ -60,6 +60,7 @@ delete_diff)
     grep -qF -- "-Z:${files//\//\\}\\remove.mof" <<<"$(sed -n '/== Autorecover list/,$p' <<<"$out")" ||
         { echo "FAILED: the autorecover entry did not go"; failures=$((failures + 1)); }
     grep -qF -- "-class root\\cimv2 Kept_Thing" <<<"$out" && { echo "FAILED: an untouched class went"; failures=$((failures + 1)); }
+    grep -qF "== Trace at level 2:" <<<"$out" || { echo "FAILED: not the errors-and-warnings level"; failures=$((failures + 1)); }
     ;;
 undo_clean)
     printf '#pragma autorecover\n#pragma namespace("\\\\\\\\.\\\\root\\\\cimv2")\n[Version("1.0")]\nclass Clean_Agent\n{\n  [key] string Id;\n};\ninstance of Clean_Agent { Id = "a"; };\n' | mof clean.mof
