@@ -1,32 +1,46 @@
-// Queries, enumeration, properties and qualifiers of CCWMIAccess against a WMI that is only read.
+// Connection, queries and reads of CCWMIAccess against a WMI that is only read.
 #include "WmiAccessTestSupport.h"
-
-#include <set>
 
 namespace
 {
 const HRESULT kNotAvailable = static_cast<HRESULT>(0x80041009);
-const HRESULT kUnexpected = static_cast<HRESULT>(0x8004101D);
-
-// The keys of all results from the current one to the end; the end must be 0x80041009.
-std::vector<std::string> KeysToEnd(CCWMIAccess& oAccess, const char* szKey)
-{
-    std::vector<std::string> keys;
-    for (int n = 0; n < 10000; ++n)
-    {
-        CTestVariant v;
-        EXPECT_EQ(S_OK, oAccess.GetProperty(szKey, &v));
-        keys.push_back(v.Str());
-        const HRESULT hr = oAccess.GetNextWMIInstanceInEnumerator();
-        if (hr == kNotAvailable)
-            break;
-        EXPECT_EQ(S_OK, hr);
-        if (hr != S_OK)
-            break;
-    }
-    return keys;
-}
+const HRESULT kNotFound = static_cast<HRESULT>(0x80041002);
 } // namespace
+
+// The same namespace again, in any case, keeps the first connection; another one replaces it;
+// a missing one leaves the object unconnected.
+TEST_F(ReadOnlyAccessTest, SecondConnectKeepsOnlyTheSameNamespace)
+{
+    CCWMIAccess oAccess;
+    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\cimv2"));
+    IWbemServices* pFirst = oAccess;
+    ASSERT_NE(nullptr, pFirst);
+    EXPECT_EQ(0x40001, oAccess.ConnectToNamespace("root\\cimv2"));
+    EXPECT_EQ(0x40001, oAccess.ConnectToNamespace("ROOT\\CIMV2"));
+    EXPECT_EQ(pFirst, static_cast<IWbemServices*>(oAccess));
+    EXPECT_TRUE(oAccess.AlreadyConnectedToNamespace("Root\\CimV2"));
+    EXPECT_FALSE(oAccess.AlreadyConnectedToNamespace("root\\cimv"));
+    // Only the first call went as far as the proxy blanket.
+    EXPECT_EQ(1u, Records("SetProxyBlanket", "Enter").size());
+    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace("root\\default"));
+    EXPECT_FALSE(oAccess.AlreadyConnectedToNamespace("root\\cimv2"));
+    EXPECT_STREQ("root\\default", oAccess.Namespace());
+
+    EXPECT_EQ(static_cast<HRESULT>(0x8004100E), oAccess.ConnectToNamespace("root\\NoSuchNamespaceHere"));
+    EXPECT_EQ(nullptr, static_cast<IWbemServices*>(oAccess));
+    EXPECT_STREQ("", oAccess.Namespace());
+    EXPECT_FALSE(oAccess.AlreadyConnectedToNamespace("root\\default"));
+    const auto records = Records("ConnectToNamespace", "Exception");
+    ASSERT_EQ(1u, records.size());
+    EXPECT_EQ("Error", records[0].strLevel);
+    EXPECT_EQ("Throwing exception because ConnectServer (native) failed", records[0].strText);
+    EXPECT_EQ("hr 0x8004100E", records[0].strMessage);
+    const auto leave = Records("ConnectToNamespace", "Leave");
+    ASSERT_EQ(5u, leave.size());
+    EXPECT_EQ("hRet 0x8004100E", leave[4].strMessage);
+    // The failed connection went no further than ConnectServer.
+    EXPECT_EQ(2u, Records("SetProxyBlanket", "Enter").size());
+}
 
 TEST_F(ReadOnlyAccessTest, QueryWithoutResultsEndsAtOnce)
 {
@@ -45,69 +59,19 @@ TEST_F(ReadOnlyAccessTest, QueryWithoutResultsEndsAtOnce)
     EXPECT_EQ(kNotAvailable, oAccess.GetNextWMIInstanceInEnumerator());
 }
 
-TEST_F(ReadOnlyAccessTest, EnumerationEndsWithoutACurrentInstance)
+// A missing class or qualifier passes WMI's code; what was fetched before stays current.
+TEST_F(ReadOnlyAccessTest, MissingObjectAndQualifierPassTheWmiCode)
 {
     CCWMIAccess oAccess;
     ASSERT_EQ(S_OK, oAccess.ConnectToNamespace(kReadNamespace));
-    for (const bool bQuery : {false, true})
-    {
-        SCOPED_TRACE(bQuery ? "ExecuteQuery" : "GetClassInstances");
-        const std::string strQuery = std::string("SELECT * FROM ") + kReadClass;
-        ASSERT_EQ(S_OK,
-                  bQuery ? oAccess.ExecuteQuery(strQuery.c_str()) : oAccess.GetClassInstances(kReadClass));
-        const std::vector<std::string> keys = KeysToEnd(oAccess, kReadKey);
-        ASSERT_GE(keys.size(), 2u);
-        EXPECT_EQ(keys.size(), std::set<std::string>(keys.begin(), keys.end()).size()) << "each one once";
-        // At the end there is no current instance.
-        IWbemClassObject* pInstance = nullptr;
-        EXPECT_EQ(kNotAvailable, oAccess.ReturnInstanceObject(&pInstance));
-        CTestVariant v;
-        EXPECT_TRUE(FAILED(oAccess.GetProperty(kReadKey, &v)));
-    }
-}
-
-TEST_F(ReadOnlyAccessTest, OperationsWithoutTheirMemberFail)
-{
-    CCWMIAccess oAccess;
-    EXPECT_EQ(kUnexpected, oAccess.GetNextWMIInstanceInEnumerator());
-    EXPECT_EQ(
-        1u,
-        Records("GetNextWMIInstanceInEnumerator", "Internal", "Enumeration pointer member invalid.").size());
-    EXPECT_EQ(static_cast<HRESULT>(0x80041014), oAccess.ExecuteQuery("SELECT * FROM __NAMESPACE"));
-    EXPECT_EQ(static_cast<HRESULT>(0x80041014), oAccess.GetObject(kReadClass));
-    EXPECT_EQ(1u, Records("GetObjectA", "Internal", "Namespace pointer member invalid.").size());
-    EXPECT_EQ(static_cast<HRESULT>(0x80041008), oAccess.ReturnInstanceObject(nullptr));
-    CTestVariant v;
-    EXPECT_EQ(kUnexpected, oAccess.GetQualifier("version", &v));
-    EXPECT_TRUE(FAILED(oAccess.GetProperty(kReadKey, &v)));
-    const auto thrown = Records("GetProperty", "Exception");
-    ASSERT_EQ(1u, thrown.size());
-    EXPECT_EQ("Throwing exception because class instance pointer invalid.", thrown[0].strText);
-    EXPECT_EQ("Error", thrown[0].strLevel);
-}
-
-// A missing class, property or qualifier passes WMI's code; what was fetched before stays current.
-TEST_F(ReadOnlyAccessTest, MissingObjectPropertyAndQualifierPassTheWmiCode)
-{
-    CCWMIAccess oAccess;
-    ASSERT_EQ(S_OK, oAccess.ConnectToNamespace(kReadNamespace));
-    EXPECT_EQ(static_cast<HRESULT>(0x80041002), oAccess.GetObject("NoSuchClass_Tarvos"));
+    EXPECT_EQ(kNotFound, oAccess.GetObject("NoSuchClass_Tarvos"));
     IWbemClassObject* pObject = nullptr;
     EXPECT_EQ(kNotAvailable, oAccess.ReturnInstanceObject(&pObject));
 
-    ASSERT_EQ(S_OK, oAccess.GetClassInstances(kReadClass));
-    CTestVariant v;
-    EXPECT_EQ(static_cast<HRESULT>(0x80041002), oAccess.GetProperty("NoSuchProperty_Tarvos", &v));
-    const auto thrown = Records("GetProperty", "Exception");
-    ASSERT_EQ(1u, thrown.size());
-    EXPECT_EQ("Throwing exception because Get (native) failed!", thrown[0].strText);
-    EXPECT_EQ("hr 0x80041002", thrown[0].strMessage);
-    EXPECT_EQ("hRet 0x80041002", Records("GetProperty", "Leave").back().strMessage);
-
     ASSERT_EQ(S_OK, oAccess.GetObject(kReadClass));
-    EXPECT_EQ(static_cast<HRESULT>(0x80041002), oAccess.GetQualifier("NoSuchQualifier_Tarvos", &v));
-    EXPECT_EQ(static_cast<HRESULT>(0x80041002),
-              oAccess.GetClassQualifier("NoSuchClass_Tarvos", "version", &v));
+    CTestVariant v;
+    EXPECT_EQ(kNotFound, oAccess.GetQualifier("NoSuchQualifier_Tarvos", &v));
+    EXPECT_EQ(kNotFound, oAccess.GetClassQualifier("NoSuchClass_Tarvos", "version", &v));
     EXPECT_TRUE(Records("GetClassQualifier", "Internal").empty());
     ASSERT_EQ(S_OK, oAccess.ReturnInstanceObject(&pObject));
     ASSERT_NE(nullptr, pObject);

@@ -1,20 +1,8 @@
 #include "WmiAccessTestSupport.h"
 
-#include "StringConversion.h"
-
 const char kReadNamespace[] = "root\\cimv2";
 const char kReadClass[] = "Win32_Service";
 const char kReadKey[] = "Name";
-
-std::string CTestVariant::Str() const
-{
-    if (v.vt != VT_BSTR || v.bstrVal == nullptr)
-        return "<vt " + std::to_string(v.vt) + ">";
-    std::string str;
-    for (const wchar_t* p = v.bstrVal; *p != L'\0'; ++p)
-        str += *p < 128 ? static_cast<char>(*p) : '?';
-    return str;
-}
 
 void WmiAccessTest::SetUp()
 {

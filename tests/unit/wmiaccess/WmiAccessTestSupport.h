@@ -26,9 +26,6 @@ struct CTestVariant
     CTestVariant(const CTestVariant&) = delete;
     CTestVariant& operator=(const CTestVariant&) = delete;
     VARIANT* operator&() { return &v; }
-    void Clear() { VariantClear(&v); }
-    // The value as 8-bit text when it is a string, otherwise a marker.
-    std::string Str() const;
 };
 
 // Makes pv the string wsz and returns it.
@@ -72,7 +69,7 @@ protected:
 };
 
 // The class and namespace the read-only tests enumerate: present in Wine's WMI, seeded into
-// the emulator. At least two instances with distinct keys.
+// the emulator.
 extern const char kReadNamespace[];
 extern const char kReadClass[];
 extern const char kReadKey[];

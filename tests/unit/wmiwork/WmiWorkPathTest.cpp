@@ -63,26 +63,22 @@ TEST_F(WmiWorkPathTest, ValueTextsFollowTheTypeTable)
         std::string strText = "<untouched>";
         EXPECT_EQ(c.szText != nullptr, CWmiWork::CimValue2Str(c.type, c.v, strText)) << c.type;
         EXPECT_EQ(c.szText != nullptr ? c.szText : "", strText) << c.type;
-        std::vector<std::string> errors;
-        if (c.szError != nullptr)
-            errors.push_back(c.szError);
-        if (c.szError != nullptr && c.type != CIM_EMPTY)
-        {
-            // As the default of a key that the instance leaves out, the value fails the path.
-            WmiPropList list(1);
-            list[0].Name = "K";
-            list[0].Type = c.type;
-            list[0].bKey = true;
-            VariantCopy(&list[0].vDefault, &c.v);
-            MofInstance instance;
-            instance.ClassName = "Tv_Any";
-            EXPECT_FALSE(CWmiWork::InstancePathCreate(instance, list, WmiAliasMap(), strText));
-            errors.insert(errors.end(),
-                          {c.szError, "CWmiWork::CimValue2Str failed class='Tv_Any', prop='K'"});
-        }
-        EXPECT_EQ(errors, WorkTexts(Records(), "Error", nErrors)) << c.type;
+        EXPECT_EQ(c.szError != nullptr ? std::vector<std::string>{c.szError} : std::vector<std::string>(),
+                  WorkTexts(Records(), "Error", nErrors))
+            << c.type;
         VariantClear(&c.v);
     }
+    // A key the instance leaves out of a type without a value text fails the path as such,
+    // before its missing default would.
+    WmiPropList list(1);
+    list[0].Name = "K";
+    list[0].Type = CIM_DATETIME;
+    list[0].bKey = true;
+    MofInstance instance;
+    instance.ClassName = "Tv_Any";
+    std::string strPath;
+    EXPECT_FALSE(CWmiWork::InstancePathCreate(instance, list, WmiAliasMap(), strPath));
+    EXPECT_EQ("CWmiWork::CimValue2Str failed class='Tv_Any', prop='K'", WorkTexts(Records(), "Error").back());
 }
 
 TEST_F(WmiWorkPathTest, PathTakesKeysInClassOrderWithDefaultsAndAliases)

@@ -22,18 +22,4 @@ TEST_F(WmiWorkReadTest, PropertiesOfAClassWithTheirKeys)
     EXPECT_EQ(std::string(kReadKey) + " string ", strKeys);
 #endif
 }
-
-TEST_F(WmiWorkReadTest, MissingClassIsNotAnError)
-{
-    WmiPropList list(1);
-    EXPECT_EQ(static_cast<HRESULT>(WBEM_E_NOT_FOUND),
-              CWmiWork::PropNamesAndTypesGet(kReadNamespace, "Tv_No", list));
-    EXPECT_TRUE(list.empty());
-    EXPECT_TRUE(WorkTexts(Records(), "Error").empty());
-    EXPECT_EQ(static_cast<HRESULT>(WBEM_E_INVALID_NAMESPACE),
-              CWmiWork::PropNamesAndTypesGet("root\\TvNo", "Tv_No", list));
-    const std::vector<std::string> errors = WorkTexts(Records(), "Error");
-    ASSERT_FALSE(errors.empty());
-    EXPECT_EQ(0u, errors.back().find("ConnectToNamespace failed hr=0x8004100E"));
-}
 } // namespace
