@@ -10,7 +10,9 @@ TEST_F(EmuAccessTest, FailingCallsPassTheirCodeWithOneRecord)
     const auto putVersion = [](const char* szClass) {
         return [szClass](CCWMIAccess& o) {
             CTestVariant v;
-            return o.PutClassQualifier(szClass, "version", Text(&v, L"9.9"), 0);
+            v.v.vt = VT_BSTR;
+            v.v.bstrVal = SysAllocString(L"9.9");
+            return o.PutClassQualifier(szClass, "version", &v, 0);
         };
     };
     const struct

@@ -28,15 +28,6 @@ struct CTestVariant
     VARIANT* operator&() { return &v; }
 };
 
-// Makes pv the string wsz and returns it.
-inline VARIANT* Text(VARIANT* pv, const wchar_t* wsz)
-{
-    VariantClear(pv);
-    pv->vt = VT_BSTR;
-    pv->bstrVal = SysAllocString(wsz);
-    return pv;
-}
-
 class WmiAccessTest : public ::testing::Test
 {
 protected:
