@@ -40,16 +40,4 @@ protected:
                            ::testing::UnitTest::GetInstance()->current_test_info()->name();
     testkit::CScratchKey m_key{m_strSub};
     std::string m_strFull = "HKEY_LOCAL_MACHINE\\" + m_strSub;
-
-    // Reads a value of the test's key straight from the registry, bypassing the class under test.
-    bool RawQuery(const char* szValue, DWORD* pdwType, std::string* pstrData) const
-    {
-        char abData[1024];
-        DWORD cbData = sizeof(abData);
-        const LONG lResult = RegGetValueA(HKEY_LOCAL_MACHINE, m_strSub.c_str(), szValue,
-                                          RRF_RT_ANY | RRF_NOEXPAND, pdwType, abData, &cbData);
-        if (lResult == ERROR_SUCCESS && pstrData)
-            pstrData->assign(abData, cbData);
-        return lResult == ERROR_SUCCESS;
-    }
 };

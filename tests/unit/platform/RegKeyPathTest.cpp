@@ -41,7 +41,8 @@ TEST_F(RegKeyTest, ReadOnlyKeyRefusesWriteWithoutTouchingRegistry)
     EXPECT_FALSE(key.SetString("Refused", "x"));
     EXPECT_FALSE(key.DeleteValue("Allowed"));
     EXPECT_EQ(lBefore, key.LastError());
-    EXPECT_FALSE(RawQuery("Refused", nullptr, nullptr));
+    EXPECT_NE(ERROR_SUCCESS, RegGetValueA(HKEY_LOCAL_MACHINE, m_strSub.c_str(), "Refused", RRF_RT_ANY,
+                                          nullptr, nullptr, nullptr));
 
     const auto refusals = Records("PrepareOpen", "Internal");
     ASSERT_EQ(2u, refusals.size());

@@ -6,7 +6,8 @@
 
 using StringConversionTest = TracedTest;
 
-TEST_F(StringConversionTest, NullSourceGivesEmptyObjectWithoutErrors)
+// A null source gives nothing, without errors; any other gives each form once, as it is.
+TEST_F(StringConversionTest, NullSourceGivesNothingAndEachFormIsMadeOnce)
 {
     {
         CCStringConversion fromWide(static_cast<const wchar_t*>(nullptr));
@@ -26,10 +27,7 @@ TEST_F(StringConversionTest, NullSourceGivesEmptyObjectWithoutErrors)
     EXPECT_EQ("szSrc: (null)", ctor[1].strMessage);
     EXPECT_EQ("", ctor[2].strMessage);
     EXPECT_EQ(3u, Records("~CCStringConversion", "Leave").size());
-}
 
-TEST_F(StringConversionTest, EachFormIsMadeOnceAndHandedOutAsItIs)
-{
     CCStringConversion wide(L"W\u00e4rme");
     const char* sz = wide.Convert2A();
     ASSERT_NE(nullptr, sz);
