@@ -155,14 +155,14 @@ TEST_F(TempService, JobRunsInsideTheServiceAndItsCodeComesBack)
         SCOPED_TRACE(c.szName);
         const std::string strAfter = m_world.DumpOf(c.strAfter);
         m_world.DumpOf(c.strSeed);
-        const std::string strFile =
-            m_world.WriteMof(c.strCommand == "sq" ? "agent.ini" : "agent.mof", c.strFile);
+        const bool bSq = c.strCommand == "sq";
+        const std::string strFile = m_world.WriteMof(bSq ? "agent.ini" : "agent.mof", c.strFile);
         key.SetString("agent", strFile);
         const std::string strBackup = m_world.WriteMof("agent_backup.ini", "");
-        const std::string strArgs = c.strCommand == "cf"   ? "\"/mof=" + strFile + "\""
-                                    : c.strCommand == "cm" ? "\"/key=" + key.SubKey() + "\""
-                                                           : "\"/ini=" + strFile + "\" /backup";
-        const ServiceRun run = Run(HostExe(), "/" + c.strCommand + " " + strArgs + " /system");
+        const std::string strOption = c.strCommand == "cf" ? "mof" : bSq ? "ini" : "key";
+        const std::string strTarget = c.strCommand == "cm" ? key.SubKey() : strFile;
+        const ServiceRun run = Run(HostExe(), "/" + c.strCommand + " \"/" + strOption + "=" + strTarget +
+                                                  "\"" + (bSq ? " /backup" : "") + " /system");
         ASSERT_FALSE(run.normal.bTimedOut);
         EXPECT_EQ(c.dwExit, run.normal.dwExitCode);
         // Normal side: started, waited for, deleted; 18 becomes 0 only here.
@@ -178,25 +178,22 @@ TEST_F(TempService, JobRunsInsideTheServiceAndItsCodeComesBack)
         EXPECT_EQ("", ServiceConfig()) << "the service is gone";
 
         // Service side: the dispatcher, the whole argument vector, the job's code unchanged.
-        const std::string strArgv =
-            "'\nargv[1]='null'\nargv[2]='null'\nargv[3]='null'\ngg_nInst=1, gg_nSystemInst=0";
         ExpectRecords(
             run.service,
-            {{"main", "Enter", "Tarvos called", "bLocalSystem='true'\nargv[0]='" + HostExe() + strArgv},
+            {{"main", "Enter", "Tarvos called",
+              "bLocalSystem='true'\nargv[0]='" + HostExe() +
+                  "'\nargv[1]='null'\nargv[2]='null'\nargv[3]='null'\ngg_nInst=1, gg_nSystemInst=0"},
              {"CCTempService::RegisterDispatcher", "Enter", "", "pszServiceName='Tarvos', proc=0x", false,
               true},
              {"TempServiceProc", "Enter", "",
-              "\nargc=" + std::string(c.strCommand == "sq" ? "6" : "5") + "\nargv[0]='Tarvos'\nargv[1]='" +
-                  HostExe() + "'\nargv[2]='/" + c.strCommand + "'"},
+              "\nargc=" + std::string(bSq ? "6" : "5") + "\nargv[0]='Tarvos'\nargv[1]='" + HostExe() +
+                  "'\nargv[2]='/" + c.strCommand + "'"},
              {"TempServiceProc", "Leave", "", "gg_nSvcExitcode=" + std::to_string(c.nJob)},
              {"CCTempService::RegisterDispatcher", "Leave", "", "ret=0x00000000"},
              {"main", "Leave", "", "nReturn=0 '0, EXITCODE_OK'"}});
-        const std::string strOption = c.strCommand == "cf"   ? "mof='" + strFile + "'"
-                                      : c.strCommand == "cm" ? "reg='" + key.SubKey() + "'"
-                                                             : "ini='" + strFile + "'";
         for (const std::string& strParsed :
-             {std::string("System=true"), "Backup=" + std::string(c.strBackup.empty() ? "false" : "true"),
-              strOption})
+             {std::string("System=true"), "Backup=" + std::string(bSq ? "true" : "false"),
+              (bSq || strOption == "mof" ? strOption : "reg") + "='" + strTarget + "'"})
             EXPECT_NE(std::string::npos, run.service.strTrace.find(strParsed)) << strParsed;
         EXPECT_EQ(0u, OldVersionForgiven(run.service));
         EXPECT_EQ(strAfter, m_world.Dump("root"));
