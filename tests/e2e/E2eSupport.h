@@ -20,6 +20,12 @@ inline size_t OldVersionForgiven(const TarvosRun& run)
     return run.Records("main", "Internal", "Changing EXITCODE_ERR_MOF_OLD_VERSION to EXITCODE_OK").size();
 }
 
+// Class Tvs_Agent in root\TarvosTest with a Version qualifier, and strMore after it.
+inline std::string VersionedAgent(const std::string& strVersion, const std::string& strMore = "")
+{
+    return ClassMof("Tvs_Agent", "[Version(\"" + strVersion + "\")]\n") + strMore;
+}
+
 // The single record of a method, category and text must read strExpected: its message, or with
 // bLevel "level message"; with bPrefix only its start (of the one record). "<0 records>": none.
 struct Record

@@ -10,11 +10,6 @@ const char kCheck[] = "CWmiWork::ClassVersionCheck";
 const char kCompile[] = "CCompMof::CheckVersionAndCompile";
 const char kCompiled[] = "spMofCompiler->CompileFile succeeded";
 
-std::string Agent(const char* szVersion)
-{
-    return ClassMof("Tvs_Agent", std::string("[Version(\"") + szVersion + "\")]\n");
-}
-
 class EmuOnly : public ::testing::Test
 {
 protected:
@@ -47,10 +42,11 @@ TEST_F(EmuOnly, RefusedCallsOfTheVersionCheckAndTheCompiler)
         SCOPED_TRACE(c.szFault);
         m_world.Reset();
         if (c.szSeed)
-            m_world.Seed(Agent(c.szSeed));
+            m_world.Seed(VersionedAgent(c.szSeed));
         const std::string strBefore = m_world.Dump("root");
         m_world.Fault(c.szFault);
-        const auto run = RunTarvos("/cf \"/mof=" + m_world.WriteMof("agent.mof", Agent(c.szFile)) + "\"");
+        const auto run =
+            RunTarvos("/cf \"/mof=" + m_world.WriteMof("agent.mof", VersionedAgent(c.szFile)) + "\"");
         EXPECT_EQ(c.dwExit, run.dwExitCode);
         ExpectRecords(run, {{kCheck, "Leave", "", c.szLeave},
                             {kCheck, "Internal", c.szText, c.szSeen, true, true},

@@ -75,10 +75,6 @@ protected:
         run.normal.bTimedOut = program.bTimedOut;
         return run;
     }
-    static std::string AgentMof(const std::string& strVersion, const std::string& strExtra = "")
-    {
-        return ClassMof("Tvs_Agent", "[Version(\"" + strVersion + "\")]\n") + strExtra;
-    }
 };
 } // namespace
 
@@ -86,7 +82,7 @@ protected:
 // manager is a second normal instance: refused, the start fails, nothing is waited for or deleted.
 TEST_F(TempService, TarvosExeCreatesTheServiceAndALeftoverIsReplaced)
 {
-    const std::string strMof = m_world.WriteMof("agent.mof", AgentMof("1.0"));
+    const std::string strMof = m_world.WriteMof("agent.mof", VersionedAgent("1.0"));
     const std::string strArgs = "/cf \"/mof=" + strMof + "\" /system";
     const ServiceRun first = Run(TarvosExe(), strArgs);
     ASSERT_FALSE(first.normal.bTimedOut);
@@ -141,12 +137,14 @@ TEST_F(TempService, JobRunsInsideTheServiceAndItsCodeComesBack)
     };
     const std::string strSq = "[Qualifier]\r\n1=root\\TarvosTest:Tvs_Agent.Version=\"4.0\"\r\n";
     const Case aCases[] = {
-        {"compiled", "cf", AgentMof("2.0"), "", AgentMof("2.0"), 0, 0, ""},
-        {"not newer", "cf", AgentMof("1.0"), AgentMof("5.0"), AgentMof("5.0"), 18, 0, ""},
-        {"compile error", "cf", AgentMof("3.0", "instance of Tvs_Agent { Name = ; };\n"), "", "", 17, 17, ""},
-        {"listed", "cm", AgentMof("2.0"), AgentMof("1.0"), AgentMof("2.0"), 0, 0, ""},
-        {"qualifier", "sq", strSq, AgentMof("1.0"), ClassMof("Tvs_Agent", "[Version(\"4.0\"):Restricted]\n"),
-         0, 0, "[Qualifier]\r\n1=root\\TarvosTest:Tvs_Agent.Version=\"1.0\"\r\n"},
+        {"compiled", "cf", VersionedAgent("2.0"), "", VersionedAgent("2.0"), 0, 0, ""},
+        {"not newer", "cf", VersionedAgent("1.0"), VersionedAgent("5.0"), VersionedAgent("5.0"), 18, 0, ""},
+        {"compile error", "cf", VersionedAgent("3.0", "instance of Tvs_Agent { Name = ; };\n"), "", "", 17,
+         17, ""},
+        {"listed", "cm", VersionedAgent("2.0"), VersionedAgent("1.0"), VersionedAgent("2.0"), 0, 0, ""},
+        {"qualifier", "sq", strSq, VersionedAgent("1.0"),
+         ClassMof("Tvs_Agent", "[Version(\"4.0\"):Restricted]\n"), 0, 0,
+         "[Qualifier]\r\n1=root\\TarvosTest:Tvs_Agent.Version=\"1.0\"\r\n"},
     };
     CSharedCounters counters(HostExe()); // held open: the counters outlive each run
     CScratchKey key("SOFTWARE\\TarvosTestMOF_Service");
@@ -221,8 +219,8 @@ TEST_F(TempService, LocalSystemProcessNotStartedAsService)
 {
     CSharedCounters counters(HostExe());
     ASSERT_TRUE(counters.IsMapped());
-    m_world.Seed(AgentMof("5.0"));
-    const std::string strMof = m_world.WriteMof("agent.mof", AgentMof("1.0"));
+    m_world.Seed(VersionedAgent("5.0"));
+    const std::string strMof = m_world.WriteMof("agent.mof", VersionedAgent("1.0"));
     const struct
     {
         int nInst, nSystemInst;
