@@ -6,8 +6,6 @@ using namespace e2e;
 
 namespace
 {
-const char kCheck[] = "CWmiWork::ClassVersionCheck";
-const char kCompile[] = "CCompMof::CheckVersionAndCompile";
 const char kOlder[] = "ret=class definition exists in WMI, but version is older";
 const char kEqual[] = "ret=class definition exist and version information is identical";
 const char kNewer[] = "ret=-1, class definition exists and installed version is newer";
@@ -177,7 +175,7 @@ TEST_F(CompileFile, RealVersionQualifierIgnoresTheUsersDecimalComma)
         run = RunTarvos("/cf \"/mof=" + strMof + "\"");
     }
     EXPECT_EQ(0u, run.dwExitCode);
-    EXPECT_EQ(kEqual, Only(run, "CWmiWork::ClassVersionCheck", "Leave"));
+    EXPECT_EQ(kEqual, Only(run, kCheck, "Leave"));
     EXPECT_FALSE(Compiled(run));
 }
 

@@ -14,6 +14,10 @@ namespace e2e
 {
 using namespace testkit;
 
+// The version check of /CF and the function that runs it and the compiler.
+const char kCheck[] = "CWmiWork::ClassVersionCheck";
+const char kCompile[] = "CCompMof::CheckVersionAndCompile";
+
 // Records of main turning the job's 18 (file not newer) into 0.
 inline size_t OldVersionForgiven(const TarvosRun& run)
 {

@@ -6,8 +6,6 @@ using namespace e2e;
 
 namespace
 {
-const char kCheck[] = "CWmiWork::ClassVersionCheck";
-const char kCompile[] = "CCompMof::CheckVersionAndCompile";
 const char kCompiled[] = "spMofCompiler->CompileFile succeeded";
 
 class EmuOnly : public ::testing::Test

@@ -4,25 +4,6 @@
 
 using namespace e2e;
 
-TEST(EntryPoint, NoArgumentsIsNothingDoneAndTakesItsCountBack)
-{
-    CSharedCounters counters(TarvosExe());
-    ASSERT_TRUE(counters.IsMapped());
-    const auto run = RunTarvos("");
-    ASSERT_FALSE(run.bTimedOut);
-    EXPECT_EQ(7u, run.dwExitCode);
-    EXPECT_EQ("bLocalSystem='false'\nargv[0]='" + TarvosExe() +
-                  "'\nargv[1]='null'\nargv[2]='null'\nargv[3]='null'\ngg_nInst=0, gg_nSystemInst=0",
-              Only(run, "main", "Enter", "Tarvos called"));
-    EXPECT_EQ("nReturn=7 '7, EXITCODE_ERR_NOTHING_DONE'", Only(run, "main", "Leave"));
-    EXPECT_EQ(0u,
-              Only(run, "main", "Internal", "BUILD INFORMATION", true).rfind("Verbose NODEBUG; TIME=", 0));
-    EXPECT_EQ(1u, run.Records("DoTheJob", "Leave").size());
-    EXPECT_TRUE(run.strStdout.empty());
-    EXPECT_EQ(0, counters.Inst());
-    EXPECT_EQ(0, counters.SystemInst());
-}
-
 TEST(EntryPoint, RejectedCommandLineIsOneAndUnknownOnesAreNothingDone)
 {
     const auto run = RunTarvos("/cf /mof=a.mof /dd");
@@ -95,19 +76,35 @@ TEST(EntryPoint, HelpPrintsBannerAndOptionSummary)
     }
 }
 
-TEST(InstanceLimit, SecondNormalInstanceIsRefusedAndCountersStayBalanced)
+// The prefix's instance counters: a run takes its count back; beside a normal instance a second
+// one is refused before its command line is read.
+TEST(EntryPoint, NothingDoneTakesItsCountBackAndASecondNormalInstanceIsRefused)
 {
     CSharedCounters counters(TarvosExe());
     ASSERT_TRUE(counters.IsMapped());
     ASSERT_EQ(0, counters.Inst());
     ASSERT_EQ(0, counters.SystemInst());
+    const auto run = RunTarvos("");
+    ASSERT_FALSE(run.bTimedOut);
+    EXPECT_EQ(7u, run.dwExitCode);
+    ExpectRecords(run,
+                  {{"main", "Enter", "Tarvos called",
+                    "bLocalSystem='false'\nargv[0]='" + TarvosExe() +
+                        "'\nargv[1]='null'\nargv[2]='null'\nargv[3]='null'\ngg_nInst=0, gg_nSystemInst=0"},
+                   {"main", "Leave", "", "nReturn=7 '7, EXITCODE_ERR_NOTHING_DONE'"},
+                   {"main", "Internal", "BUILD INFORMATION", "Verbose NODEBUG; TIME=", true, true},
+                   {"DoTheJob", "Leave", "", "", false, true}});
+    EXPECT_TRUE(run.strStdout.empty());
+    EXPECT_EQ(0, counters.Inst());
+    EXPECT_EQ(0, counters.SystemInst());
+
     counters.Inst() = 1; // as if a normal instance were running
     const auto refused = RunTarvos("/cf /mof=a.mof");
     EXPECT_EQ(23u, refused.dwExitCode);
-    EXPECT_EQ("gg_nInst=2", Only(refused, "main", "Exception", "Too many normal instances"));
+    ExpectRecords(refused, {{"main", "Exception", "Too many normal instances", "gg_nInst=2"},
+                            {"WbemUtil::ParseCmdLine", "", "", "<0 records>"},
+                            {"main", "Leave", "", "nReturn=23 '23, EXITCODE_ERR_GENERAL_ERROR'"}});
     EXPECT_TRUE(refused.Has("\ngg_nInst=1, gg_nSystemInst=0"));
-    EXPECT_TRUE(refused.Records("WbemUtil::ParseCmdLine").empty());
-    EXPECT_EQ("nReturn=23 '23, EXITCODE_ERR_GENERAL_ERROR'", Only(refused, "main", "Leave"));
     EXPECT_EQ(1, counters.Inst()) << "the refused run must take its count back";
     counters.Inst() = 0;
 }

@@ -97,9 +97,8 @@ TEST_F(MofDelete, WhatTheMofInstalledGoesAndAllElseStays)
     // Twice: nothing left to find, and still done; only the kept class can be asked for its instance.
     const auto again = Delete(m_strMof);
     EXPECT_EQ(0u, again.dwExitCode);
-    EXPECT_EQ((std::vector<std::string>{
-                  "Info ns='\\\\.\\root\\TarvosTestDel' path='tv_lower.Name=\"q\\\"uo\\\\te\"'"}),
-              Messages(again, "Instance not found"));
+    EXPECT_EQ("Info ns='\\\\.\\root\\TarvosTestDel' path='tv_lower.Name=\"q\\\"uo\\\\te\"'",
+              Only(again, "", "", "Instance not found", true));
     EXPECT_EQ(4u, Messages(again, "CWmiWork::PropNamesAndTypesGet returned WBEM_E_NOT_FOUND").size());
     EXPECT_EQ(4u, Messages(again, "CLASS NOT FOUND").size());
     EXPECT_EQ(strLeft, m_world.Dump("root"));

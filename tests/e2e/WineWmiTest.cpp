@@ -25,13 +25,11 @@ TEST(WineWmiCompile, VersionCheckReadsAndTheMissingCompilerGivesSixteen)
                    Pragma(c.szNs) + "[Version(\"1.0\")]\nclass " + c.szClass + " { [key] string Name; };\n");
         const auto run = RunTarvos("/cf /mof=" + strMof);
         EXPECT_EQ(16u, run.dwExitCode);
-        EXPECT_EQ(c.szVersionResult, Only(run, "CWmiWork::ClassVersionCheck", "Leave"));
-        EXPECT_EQ("Error 0x80040154!",
-                  Only(run, "CCompMof::CheckVersionAndCompile", "Internal", "Could not launch MofCompiler!"));
+        EXPECT_EQ(c.szVersionResult, Only(run, kCheck, "Leave"));
+        EXPECT_EQ("Error 0x80040154!", Only(run, kCompile, "Internal", "Could not launch MofCompiler!"));
         // A missing namespace is an Info record, not an error.
         EXPECT_EQ(c.szClass == std::string("Tvs_Probe") ? "Info hr=0x8004100E" : "<0 records>",
-                  Only(run, "CWmiWork::ClassVersionCheck", "Internal",
-                       "ConnectToNamespace failed, namespace does not exist", true));
+                  Only(run, kCheck, "Internal", "ConnectToNamespace failed, namespace does not exist", true));
     }
 }
 
