@@ -2,28 +2,25 @@
 // the path the compiler is given and the current directory.
 #include "E2eSupport.h"
 
-#include <gtest/gtest.h>
-
-using e2e::Only;
-using testkit::Find;
-using testkit::RunTarvos;
+using namespace e2e;
 
 namespace
 {
-const char kCheck[] = "CWmiWork::ClassVersionCheck";
-const char kCompile[] = "CCompMof::CheckVersionAndCompile";
+const char kOlder[] = "ret=class definition exists in WMI, but version is older";
+const char kEqual[] = "ret=class definition exist and version information is identical";
+const char kNewer[] = "ret=-1, class definition exists and installed version is newer";
 
 // Class Tvs_Agent in root\TarvosTest with the given class qualifiers, and one instance.
 std::string AgentMof(const std::string& strQualifiers, const std::string& strExtraProperty = "")
 {
-    return e2e::Ns("root\\TarvosTest") + strQualifiers +
+    return Ns("root\\TarvosTest") + strQualifiers +
            "\nclass Tvs_Agent\n{\n    [key] string Name;\n    uint32 Level = 1;\n" + strExtraProperty +
            "};\n"
            "instance of Tvs_Agent { Name = \"agent\"; Level = 7; };\n";
 }
-std::string Version(const std::string& strVersion)
+std::string Agent(const std::string& strVersion, const std::string& strExtraProperty = "")
 {
-    return "[Version(\"" + strVersion + "\")]";
+    return AgentMof("[Version(\"" + strVersion + "\")]", strExtraProperty);
 }
 const std::string kOwner = "    string Owner;\n";
 
@@ -33,14 +30,14 @@ const std::string FORCE_UPDATE = "#pragma classflags(\"forceupdate\")\n";
 class CompileFile : public ::testing::Test
 {
 protected:
-    testkit::CPortableWorld m_world;
+    CPortableWorld m_world;
 
-    testkit::TarvosRun RunCf(const std::string& strMofText, bool bForce = false)
+    TarvosRun RunCf(const std::string& strMofText, bool bForce = false)
     {
         const std::string strMof = m_world.WriteMof("agent.mof", strMofText);
         return RunTarvos("/cf \"/mof=" + strMof + "\"" + (bForce ? " /force" : ""));
     }
-    static bool Compiled(const testkit::TarvosRun& run)
+    static bool Compiled(const TarvosRun& run)
     {
         return !run.Records(kCompile, "Internal", "spMofCompiler->CompileFile succeeded").empty();
     }
@@ -64,7 +61,6 @@ TEST_F(CompileFile, VersionDecidesWhetherTheFileIsCompiled)
         DWORD dwExit = 0;
         std::vector<std::string> fragments = {}; // of the "Could not compile MOF" record's message
     };
-    const std::string strTvsNs = e2e::Ns("root\\TarvosTest");
     const std::vector<std::string> parseError = {"compile_status_info.lPhaseError = 1\n",
                                                  "compile_status_info.ObjectNum = 4\n",
                                                  "compile_status_info.FirstLine = 11\n"};
@@ -76,34 +72,26 @@ TEST_F(CompileFile, VersionDecidesWhetherTheFileIsCompiled)
         {"missing namespace", "", AgentMof("[Version(\"1.0\"), Description(\"agent\")]", kOwner), false,
          "ret=namespace does not exist", true, "ConnectToNamespace failed, namespace does not exist",
          "Info hr=0x8004100E"},
-        {"missing class", strTvsNs, AgentMof(Version("1.0")), false,
+        {"missing class", Ns("root\\TarvosTest"), Agent("1.0"), false,
          "ret=class definition does not exist in WMI", true},
-        {"older installed", AgentMof(Version("1.0")), FORCE_UPDATE + AgentMof(Version("1.1"), kOwner), false,
-         "ret=class definition exists in WMI, but version is older", true},
+        {"older installed", Agent("1.0"), FORCE_UPDATE + Agent("1.1", kOwner), false, kOlder, true},
         // 1.10 reads as 1.1, which is older than 1.9.
-        {"versions compare as numbers", AgentMof(Version("1.10")), AgentMof(Version("1.9")), false,
-         "ret=class definition exists in WMI, but version is older", true},
-        {"installed version without a number", AgentMof(Version("beta")),
-         FORCE_UPDATE + AgentMof(Version("1.0"), kOwner), false,
-         "ret=class definition exists in WMI, but version is older", true},
-        {"installed without version", AgentMof(""), FORCE_UPDATE + AgentMof(Version("1.0"), kOwner), false,
+        {"versions compare as numbers", Agent("1.10"), Agent("1.9"), false, kOlder, true},
+        {"installed version without a number", Agent("beta"), FORCE_UPDATE + Agent("1.0", kOwner), false,
+         kOlder, true},
+        {"installed without version", AgentMof(""), FORCE_UPDATE + Agent("1.0", kOwner), false,
          "ret=-3, qualifier 'version' not found", true, "GetQualifier failed!", "Error "},
-        {"equal", AgentMof(Version("2.0")), AgentMof(Version("2"), kOwner), false,
-         "ret=class definition exist and version information is identical", false},
-        {"equal, forced", AgentMof(Version("2.0")), FORCE_UPDATE + AgentMof(Version("2"), kOwner), true,
-         "ret=class definition exist and version information is identical", true},
-        {"newer installed", AgentMof(Version("3.5")), AgentMof(Version("3.4"), kOwner), false,
-         "ret=-1, class definition exists and installed version is newer", false},
-        {"newer installed, forced", AgentMof(Version("3.5")), AgentMof(Version("3.4"), kOwner), true,
-         "ret=-1, class definition exists and installed version is newer", false},
+        {"equal", Agent("2.0"), Agent("2", kOwner), false, kEqual, false},
+        {"equal, forced", Agent("2.0"), FORCE_UPDATE + Agent("2", kOwner), true, kEqual, true},
+        {"newer installed", Agent("3.5"), Agent("3.4", kOwner), false, kNewer, false},
+        {"newer installed, forced", Agent("3.5"), Agent("3.4", kOwner), true, kNewer, false},
         {"file without version", "", AgentMof("[Description(\"plain\")]"), false, "", true,
          "mp.ClassVersionFind failed, maybe version missing", "Warning "},
         // A file that does not compile is 17 and stores nothing: a parse error, and an upgrade of a
         // class with instances without "forceupdate" (WBEM_E_CLASS_HAS_INSTANCES when storing).
-        {"parse error", "", AgentMof(Version("1.0")) + "instance of Tvs_Agent { Name = ; };\n", false,
+        {"parse error", "", Agent("1.0") + "instance of Tvs_Agent { Name = ; };\n", false,
          "ret=namespace does not exist", false, "", "", 17, parseError},
-        {"store error", AgentMof(Version("1.0")), AgentMof(Version("1.1"), kOwner), false,
-         "ret=class definition exists in WMI, but version is older", false, "", "", 17, storeError},
+        {"store error", Agent("1.0"), Agent("1.1", kOwner), false, kOlder, false, "", "", 17, storeError},
     };
     for (const Case& c : cases)
     {
@@ -112,34 +100,25 @@ TEST_F(CompileFile, VersionDecidesWhetherTheFileIsCompiled)
         m_world.DumpOf(c.strSeed);
         const auto run = RunCf(c.strMof, c.bForce);
         EXPECT_EQ(c.dwExit, run.dwExitCode);
-        if (*c.szResult != '\0')
-        {
-            EXPECT_EQ(c.szResult, Only(run, kCheck, "Leave"));
-            // The check leaves before its access object is released.
-            EXPECT_LT(Find(run, kCheck, "Leave"),
-                      Find(run, "CCWMIAccess::~CCWMIAccess", "Enter", Find(run, kCheck, "Enter")));
-        }
-        else
-            EXPECT_TRUE(run.Records(kCheck).empty());
+        EXPECT_EQ(*c.szResult == '\0', run.Records(kCheck).empty());
+        EXPECT_EQ(*c.szResult != '\0' ? c.szResult : "<0 records>", Only(run, kCheck, "Leave"));
+        // The check leaves before its access object is released.
+        EXPECT_LE(Find(run, kCheck, "Leave"),
+                  Find(run, "CCWMIAccess::~CCWMIAccess", "Enter", Find(run, kCheck, "Enter")));
         EXPECT_EQ(c.bCompiled, Compiled(run));
         const bool bNotNewer = c.dwExit == 0 && !c.bCompiled;
-        EXPECT_EQ(bNotNewer ? 1u : 0u, e2e::OldVersionForgiven(run));
+        EXPECT_EQ(bNotNewer ? 1u : 0u, OldVersionForgiven(run));
         EXPECT_EQ(bNotNewer, run.Has("nReturn=18 '18, EXITCODE_ERR_MOF_OLD_VERSION'"));
         EXPECT_EQ(c.dwExit == 17, run.Has("nReturn=17 '17, EXITCODE_ERR_COMPILE_MOF'"));
         const std::string strFailed = Only(run, kCompile, "Internal", "Could not compile MOF");
         for (const std::string& strFragment : c.fragments)
             EXPECT_NE(std::string::npos, strFailed.find(strFragment)) << strFailed;
-        if (!c.fragments.empty())
-        {
-            EXPECT_NE(std::string::npos, strFailed.find("\nname='" + m_world.Dir().File("agent.mof") +
-                                                        "'\nwrkdir='" + m_world.Dir().Path() + "'\n"));
-        }
+        const std::string strFolders =
+            "\nname='" + m_world.Dir().File("agent.mof") + "'\nwrkdir='" + m_world.Dir().Path();
+        EXPECT_EQ(!c.fragments.empty(), strFailed.find(strFolders + "'\n") != std::string::npos);
         if (*c.szText != '\0')
-        {
-            const std::string strMethod = *c.szResult != '\0' ? kCheck : kCompile;
-            EXPECT_EQ(0u, Only(run, strMethod, "Internal", c.szText, true).rfind(c.szSeen, 0))
-                << Only(run, strMethod, "Internal", c.szText, true);
-        }
+            ExpectRecords(
+                run, {{*c.szResult != '\0' ? kCheck : kCompile, "Internal", c.szText, c.szSeen, true, true}});
         EXPECT_EQ(strExpected, m_world.Dump("root"));
     }
 }
@@ -148,12 +127,12 @@ TEST_F(CompileFile, UnreadableOrUnscannableMofIsAParseFailure)
 {
     const auto missing = RunTarvos("/cf \"/mof=" + m_world.Dir().File("missing.mof") + "\"");
     EXPECT_EQ(19u, missing.dwExitCode);
-    EXPECT_EQ(1u, missing.Records(kCompile, "Internal", "mp.Parse failed").size());
+    ExpectRecords(missing, {{kCompile, "Internal", "mp.Parse failed", "", false, true}});
     // A "#pragma" with no "namespace" anywhere after it stops the scanner.
     const auto run = RunCf("// nothing to see\n#pragma autorecover\nclass X { };\n");
     EXPECT_EQ(19u, run.dwExitCode);
-    EXPECT_EQ(0u, Only(run, "DoTheJob", "Exception", "Exception caught").rfind("hr=0x80070057 '", 0));
-    EXPECT_TRUE(run.Has("nReturn=19 '19, EXITCODE_ERR_MOF_PARSING_FAILED'"));
+    ExpectRecords(run, {{"DoTheJob", "Exception", "Exception caught", "hr=0x80070057 '", false, true},
+                        {"DoTheJob", "Leave", "", "nReturn=19 '19, EXITCODE_ERR_MOF_PARSING_FAILED'"}});
 }
 
 TEST_F(CompileFile, MofsFolderIsTheCurrentDirectoryEvenWithAnsiCharacters)
@@ -165,22 +144,21 @@ TEST_F(CompileFile, MofsFolderIsTheCurrentDirectoryEvenWithAnsiCharacters)
     const std::string strFolder = bLossy ? "mof" : szFolder;
     // The compiler looks for an include in the current directory first: the starting directory's
     // decoy wins unless the MOF's folder is the current one.
-    m_world.WriteMof(strFolder + "\\parts\\step.mof", AgentMof(Version("1.0")));
-    const std::string strSecond =
-        e2e::Pragma("root\\TarvosTest") + "instance of Tvs_Agent { Name = \"two\"; };\n";
+    m_world.WriteMof(strFolder + "\\parts\\step.mof", Agent("1.0"));
+    const std::string strSecond = Pragma("root\\TarvosTest") + "instance of Tvs_Agent { Name = \"two\"; };\n";
     const std::string strMof =
         m_world.WriteMof(strFolder + "\\agent.mof", "#pragma include(\"parts\\\\step.mof\")\n" + strSecond);
-    testkit::CScratchDir start;
+    CScratchDir start;
     CreateDirectoryA(start.File("parts").c_str(), nullptr);
-    testkit::WriteBytes(start.File("parts\\step.mof"), e2e::ClassMof("Tvs_Decoy"));
+    WriteBytes(start.File("parts\\step.mof"), ClassMof("Tvs_Decoy"));
     // The trace file follows the current directory.
-    const auto run = RunTarvos("/cf \"/mof=" + strMof + "\"", testkit::StartedIn(start.Path(), "cf.trc"));
+    const auto run = RunTarvos("/cf \"/mof=" + strMof + "\"", StartedIn(start.Path(), "cf.trc"));
     EXPECT_EQ(0u, run.dwExitCode) << run.strTrace;
     const std::string strActual = m_world.Dump("root");
-    EXPECT_EQ(m_world.DumpOf(AgentMof(Version("1.0")) + strSecond), strActual);
+    EXPECT_EQ(m_world.DumpOf(Agent("1.0") + strSecond), strActual);
     // The compile's outcome is written in the MOF's folder; from the job's Leave on, the starting
     // directory again.
-    EXPECT_TRUE(Compiled(testkit::ReadTrace(m_world.Dir().File(strFolder + "\\cf.trc"))));
+    EXPECT_TRUE(Compiled(ReadTrace(m_world.Dir().File(strFolder + "\\cf.trc"))));
     const size_t nLeave = Find(run, kCompile, "Leave");
     ASSERT_LT(nLeave, run.lines.size());
     EXPECT_EQ(nLeave + 1, Find(run, "<global>::DoTheJob", "Leave"));
@@ -190,27 +168,25 @@ TEST_F(CompileFile, MofsFolderIsTheCurrentDirectoryEvenWithAnsiCharacters)
 TEST_F(CompileFile, RealVersionQualifierIgnoresTheUsersDecimalComma)
 {
     m_world.Seed(AgentMof("[Version(2.5)]"));
-    const std::string strMof = m_world.WriteMof("agent.mof", AgentMof(Version("2.5")));
-    testkit::TarvosRun run;
+    const std::string strMof = m_world.WriteMof("agent.mof", Agent("2.5"));
+    TarvosRun run;
     {
-        testkit::CSavedValue comma(HKEY_CURRENT_USER, "Control Panel\\International", "sDecimal", ",");
+        CSavedValue comma(HKEY_CURRENT_USER, "Control Panel\\International", "sDecimal", ",");
         run = RunTarvos("/cf \"/mof=" + strMof + "\"");
     }
     EXPECT_EQ(0u, run.dwExitCode);
-    EXPECT_EQ("ret=class definition exist and version information is identical",
-              e2e::Only(run, "CWmiWork::ClassVersionCheck", "Leave"));
+    EXPECT_EQ(kEqual, Only(run, kCheck, "Leave"));
     EXPECT_FALSE(Compiled(run));
 }
 
 // As LocalSystem through the temporary service: the job is done there and its code comes back.
 TEST_F(CompileFile, SystemRunsTheJobInTheService)
 {
-    if (testkit::RunsUnderWine())
+    if (RunsUnderWine())
         GTEST_SKIP() << "Wine runs no process as LocalSystem (TempService.* prove the service side there)";
-    const std::string strExpected = m_world.DumpOf(AgentMof(Version("1.0")));
+    const std::string strExpected = m_world.DumpOf(Agent("1.0"));
     m_world.Reset();
-    const auto run =
-        RunTarvos("/cf \"/mof=" + m_world.WriteMof("agent.mof", AgentMof(Version("1.0"))) + "\" /system");
+    const auto run = RunTarvos("/cf \"/mof=" + m_world.WriteMof("agent.mof", Agent("1.0")) + "\" /system");
     EXPECT_EQ(0u, run.dwExitCode) << run.strTrace;
     EXPECT_EQ(1u, run.Records("CCTempService::WaitForServiceEnd", "Leave").size());
     EXPECT_EQ(strExpected, m_world.Dump("root"));

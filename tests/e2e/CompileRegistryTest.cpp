@@ -2,13 +2,7 @@
 // record group of a failed file, the job's result, and the repository afterwards.
 #include "E2eSupport.h"
 
-#include <gtest/gtest.h>
-
-using e2e::ClassMof;
-using e2e::Column;
-using e2e::Only;
-using testkit::RunTarvos;
-using testkit::TarvosRun;
+using namespace e2e;
 
 namespace
 {
@@ -39,12 +33,12 @@ std::vector<std::string> FailureGroups(const TarvosRun& run)
 class CompileRegistry : public ::testing::Test
 {
 protected:
-    testkit::CPortableWorld m_world;
-    testkit::CScratchKey m_key{std::string("SOFTWARE\\TarvosTestMOF_") +
-                               ::testing::UnitTest::GetInstance()->current_test_info()->name()};
+    CPortableWorld m_world;
+    CScratchKey m_key{std::string("SOFTWARE\\TarvosTestMOF_") +
+                      ::testing::UnitTest::GetInstance()->current_test_info()->name()};
 
     // The MOF list is only read.
-    TarvosRun RunCm(const testkit::TarvosOptions& options = testkit::TarvosOptions()) const
+    TarvosRun RunCm(const TarvosOptions& options = TarvosOptions()) const
     {
         const std::string strList = m_key.Text();
         TarvosRun run = RunTarvos("/cm \"/key=" + m_key.SubKey() + "\"", options);
@@ -92,7 +86,7 @@ TEST_F(CompileRegistry, FailedFilesGiveOneGroupEachAndTheResultStaysZero)
     const std::string strSeed = ClassMof("Tvs_B") + "instance of Tvs_B { Name = \"b\"; };\n";
     m_world.Seed(strSeed);
     const std::string strB =
-        m_world.WriteMof("b.mof", e2e::Ns("root\\TarvosTestStore") + e2e::Pragma("root\\TarvosTest") +
+        m_world.WriteMof("b.mof", Ns("root\\TarvosTestStore") + Pragma("root\\TarvosTest") +
                                       "class Tvs_B\n{\n    [key] string Name;\n    uint32 N;\n};\n");
     // Files that cannot be read as MOF text: each is a parse error.
     CreateDirectoryA(m_world.Dir().File("folder.mof").c_str(), nullptr);
@@ -135,7 +129,7 @@ TEST_F(CompileRegistry, FailedFilesGiveOneGroupEachAndTheResultStaysZero)
     EXPECT_TRUE(run.Has("nReturn=0 '"));
     // The refused class keeps its old definition and its instance.
     const std::string strActual = m_world.Dump("root");
-    EXPECT_EQ(m_world.DumpOf(strSeed, ClassMof("Tvs_One") + e2e::Ns("root\\TarvosTestStore")), strActual);
+    EXPECT_EQ(m_world.DumpOf(strSeed, ClassMof("Tvs_One") + Ns("root\\TarvosTestStore")), strActual);
 }
 
 TEST_F(CompileRegistry, KeyNameIsCompletedBelowLocalMachine)
@@ -145,11 +139,11 @@ TEST_F(CompileRegistry, KeyNameIsCompletedBelowLocalMachine)
     // to do, and not a single record of the job.
     const auto rooted = RunTarvos("/cm \"/key=HKEY_LOCAL_MACHINE\\" + m_key.SubKey() + "\"");
     EXPECT_EQ(0u, rooted.dwExitCode);
-    EXPECT_TRUE(rooted.Records(kFunction).empty());
-    EXPECT_TRUE(rooted.Records("CMofCompiler::Create").empty());
+    ExpectRecords(rooted,
+                  {{kFunction, "", "", "<0 records>"}, {"CMofCompiler::Create", "", "", "<0 records>"}});
     EXPECT_TRUE(rooted.Has("nReturn=0 '"));
 
-    testkit::CScratchKey defaultKey("SOFTWARE\\Brevane\\Vintrel\\Infrastructure\\MOF");
+    CScratchKey defaultKey("SOFTWARE\\Brevane\\Vintrel\\Infrastructure\\MOF");
     const std::string strOther = m_world.WriteMof("other.mof", ClassMof("Tvs_Two"));
     defaultKey.SetString("other", strOther);
     const auto byDefault = RunTarvos("/cm");
@@ -164,11 +158,11 @@ TEST_F(CompileRegistry, PathWithoutFolderTakesTheExceptionRoute)
     m_key.SetString("a", strMof);
     m_key.SetString("b", "agent.mof");
     // The trace file follows the current directory, which agent.mof's folder stays.
-    const auto run = RunCm(testkit::StartedIn("", "cm.trc"));
+    const auto run = RunCm(StartedIn("", "cm.trc"));
     EXPECT_EQ(19u, run.dwExitCode);
-    const auto inMofDir = testkit::ReadTrace(m_world.Dir().File("cm.trc"));
-    EXPECT_EQ(0u, Only(inMofDir, "DoTheJob", "Exception", "Exception caught").rfind("hr=0x80070057 '", 0));
-    EXPECT_TRUE(inMofDir.Records(kFunction, "Leave").empty());
+    const auto inMofDir = ReadTrace(m_world.Dir().File("cm.trc"));
+    ExpectRecords(inMofDir, {{"DoTheJob", "Exception", "Exception caught", "hr=0x80070057 '", false, true},
+                             {kFunction, "Leave", "", "<0 records>"}});
     EXPECT_NE(std::string::npos, m_world.Dump("root\\TarvosTest").find("Tvs_One"));
 }
 
@@ -176,27 +170,26 @@ TEST_F(CompileRegistry, EachFileIsCompiledInItsOwnFolder)
 {
     // Each main file includes "parts\inc.mof" of its own folder; the starting directory's decoy
     // wins when no folder is entered, A's part wins for B when only the first is.
-    testkit::CScratchDir start;
+    CScratchDir start;
     const std::string strDecoy = start.File("parts");
     CreateDirectoryA(strDecoy.c_str(), nullptr);
-    testkit::WriteBytes(strDecoy + "\\inc.mof", ClassMof("Tvs_Decoy"));
+    WriteBytes(strDecoy + "\\inc.mof", ClassMof("Tvs_Decoy"));
     m_world.WriteMof("A\\parts\\inc.mof", ClassMof("Tvs_FromA"));
     m_world.WriteMof("B\\parts\\inc.mof", ClassMof("Tvs_FromB"));
     const std::string strInclude = "#pragma include(\"parts\\\\inc.mof\")\n";
     m_key.SetString("a", m_world.WriteMof("A\\main.mof", strInclude));
     m_key.SetString("b", m_world.WriteMof("B\\main.mof", strInclude));
-    const auto run = RunCm(testkit::StartedIn(start.Path(), "cm.trc"));
+    const auto run = RunCm(StartedIn(start.Path(), "cm.trc"));
     EXPECT_EQ(0u, run.dwExitCode);
     const std::string strActual = m_world.Dump("root");
     EXPECT_EQ(m_world.DumpOf(ClassMof("Tvs_FromA"), ClassMof("Tvs_FromB")), strActual);
 
     // The trace file follows the current directory: the job starts and ends in the starting
     // directory, and records were written while each file's folder was the current one.
-    EXPECT_EQ(1u, run.Records(kFunction, "Enter").size());
-    EXPECT_EQ(1u, run.Records(kFunction, "Leave").size());
+    ExpectRecords(run, {{kFunction, "Enter", "", "", false, true}, {kFunction, "Leave", "", "ret=0"}});
     for (const char* szFolder : {"A\\cm.trc", "B\\cm.trc"})
     {
-        const auto inFolder = testkit::ReadTrace(m_world.Dir().File(szFolder));
+        const auto inFolder = ReadTrace(m_world.Dir().File(szFolder));
         EXPECT_FALSE(inFolder.lines.empty()) << szFolder;
         EXPECT_TRUE(inFolder.Records(kFunction).empty()) << szFolder;
     }

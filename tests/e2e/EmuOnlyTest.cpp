@@ -2,78 +2,68 @@
 // compiler can be unregistered (a Windows machine's registration is not a test's to remove).
 #include "E2eSupport.h"
 
-#include <gtest/gtest.h>
-
-using e2e::ClassMof;
-using e2e::Only;
-using testkit::RunTarvos;
+using namespace e2e;
 
 namespace
 {
-const char kCheck[] = "CWmiWork::ClassVersionCheck";
-const char kCompile[] = "CCompMof::CheckVersionAndCompile";
-
-std::string Agent(const char* szVersion)
-{
-    return ClassMof("Tvs_Agent", std::string("[Version(\"") + szVersion + "\")]\n");
-}
+const char kCompiled[] = "spMofCompiler->CompileFile succeeded";
 
 class EmuOnly : public ::testing::Test
 {
 protected:
-    testkit::CEmuWorld m_world;
-    testkit::TarvosRun RunCf(const char* szVersion) const
-    {
-        return RunTarvos("/cf \"/mof=" + m_world.WriteMof("agent.mof", Agent(szVersion)) + "\"");
-    }
+    CEmuWorld m_world;
 };
 } // namespace
 
-TEST_F(EmuOnly, RefusedConnectionOfTheVersionCheckIsFour)
+// A version check or compilation that WMI refuses (or answers oddly) through a fault switch.
+TEST_F(EmuOnly, RefusedCallsOfTheVersionCheckAndTheCompiler)
 {
-    m_world.Seed(Agent("1.0"));
-    const std::string strBefore = m_world.Dump("root");
-    m_world.Fault("ConnectServer 0x80041003");
-    const auto run = RunCf("1.1");
-    EXPECT_EQ(4u, run.dwExitCode);
-    EXPECT_EQ("ret=-2, general error", Only(run, kCheck, "Leave"));
-    EXPECT_EQ(
-        0u,
-        Only(run, kCheck, "Internal", "ConnectToNamespace failed!", true).rfind("Error hr=0x80041003 '", 0));
-    EXPECT_TRUE(run.Records(kCompile, "Internal", "spMofCompiler->CompileFile succeeded").empty());
-    EXPECT_EQ(strBefore, m_world.Dump("root"));
-}
-
-// A refused class read counts as a missing class: the file is compiled.
-TEST_F(EmuOnly, RefusedClassReadOfTheVersionCheckCompiles)
-{
-    m_world.Seed(Agent("1.0"));
-    m_world.Fault("GetObject 0x80041003 class=Tvs_Agent");
-    const auto run = RunCf("1.1");
-    EXPECT_EQ(0u, run.dwExitCode);
-    EXPECT_EQ("ret=class definition does not exist in WMI", Only(run, kCheck, "Leave"));
-    const std::string strRead =
-        Only(run, kCheck, "Internal", "GetObject failed, class might not exist!", true);
-    EXPECT_EQ(0u, strRead.rfind("Info hr=0x80041003 '", 0)) << strRead;
-    EXPECT_EQ(1u, run.Records(kCompile, "Internal", "spMofCompiler->CompileFile succeeded").size());
-}
-
-TEST_F(EmuOnly, NegativeCompileResultIsLoggedAsSuccess)
-{
-    m_world.Fault("CompileFile 0x80041001");
-    const auto run = RunCf("1.0");
-    EXPECT_EQ(0u, run.dwExitCode);
-    EXPECT_EQ("hRes=0x80041001", Only(run, kCompile, "Internal", "spMofCompiler->CompileFile succeeded"));
+    const struct
+    {
+        const char *szSeed, *szFault, *szFile; // installed version (null: none), fault line, the file's
+        DWORD dwExit;
+        const char *szLeave, *szText, *szSeen; // the check's Leave, another record of it, "level message"
+        const char* szCompiled;                // the "succeeded" record; "<0 records>": not compiled
+    } cases[] = {
+        {"1.0", "ConnectServer 0x80041003", "1.1", 4, "ret=-2, general error", "ConnectToNamespace failed!",
+         "Error hr=0x80041003 '", "<0 records>"},
+        // A refused class read counts as a missing class: the file is compiled.
+        {"1.0", "GetObject 0x80041003 class=Tvs_Agent", "1.1", 0,
+         "ret=class definition does not exist in WMI", "GetObject failed, class might not exist!",
+         "Info hr=0x80041003 '", "hRes=0x0"},
+        // A negative compile result is logged as success.
+        {nullptr, "CompileFile 0x80041001", "1.0", 0, "ret=namespace does not exist",
+         "ConnectToNamespace failed, namespace does not exist", "Info hr=0x8004100E", "hRes=0x80041001"},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.szFault);
+        m_world.Reset();
+        if (c.szSeed)
+            m_world.Seed(VersionedAgent(c.szSeed));
+        const std::string strBefore = m_world.Dump("root");
+        m_world.Fault(c.szFault);
+        const auto run =
+            RunTarvos("/cf \"/mof=" + m_world.WriteMof("agent.mof", VersionedAgent(c.szFile)) + "\"");
+        EXPECT_EQ(c.dwExit, run.dwExitCode);
+        ExpectRecords(run, {{kCheck, "Leave", "", c.szLeave},
+                            {kCheck, "Internal", c.szText, c.szSeen, true, true},
+                            {kCompile, "Internal", kCompiled, c.szCompiled}});
+        if (c.dwExit != 0)
+        {
+            EXPECT_EQ(strBefore, m_world.Dump("root"));
+        }
+    }
 }
 
 TEST_F(EmuOnly, UnregisteredCompilerIsSixteen)
 {
-    testkit::CScratchKey key("SOFTWARE\\TarvosTestMOF_Unregistered");
+    CScratchKey key("SOFTWARE\\TarvosTestMOF_Unregistered");
     key.SetString("path", m_world.WriteMof("agent.mof", ClassMof("Tvs_One")));
     const std::string strBefore = m_world.Dump("root");
-    testkit::TarvosRun run;
+    TarvosRun run;
     {
-        testkit::CSavedValue unregistered(
+        CSavedValue unregistered(
             HKEY_LOCAL_MACHINE,
             "Software\\Classes\\CLSID\\{6DAF9757-2E37-11D2-AEC9-00C04FB68820}\\InprocServer32", nullptr,
             nullptr);
@@ -81,33 +71,30 @@ TEST_F(EmuOnly, UnregisteredCompilerIsSixteen)
         run = RunTarvos("/cm \"/key=" + key.SubKey() + "\"");
     }
     EXPECT_EQ(16u, run.dwExitCode);
-    const std::string strFailed =
-        Only(run, "CCompMof::CompileMOFsFromRegistry", "Internal", "Could not launch MofCompiler!", true);
-    EXPECT_EQ(0u, strFailed.rfind("Error Error 0x80040154! '", 0)) << strFailed;
+    ExpectRecords(run, {{"CCompMof::CompileMOFsFromRegistry", "Internal", "Could not launch MofCompiler!",
+                         "Error Error 0x80040154! '", true, true}});
     EXPECT_EQ(strBefore, m_world.Dump("root"));
     // A failure HRESULT from the compiler is not a failed compilation: no group, and still 0. The
     // trace follows the current directory: the file was taken up in its own folder.
     m_world.Fault("CompileFile 0x80041001");
-    testkit::CScratchDir start;
-    const auto failed =
-        RunTarvos("/cm \"/key=" + key.SubKey() + "\"", testkit::StartedIn(start.Path(), "cm.trc"));
+    CScratchDir start;
+    const auto failed = RunTarvos("/cm \"/key=" + key.SubKey() + "\"", StartedIn(start.Path(), "cm.trc"));
     EXPECT_EQ(0u, failed.dwExitCode);
-    EXPECT_FALSE(testkit::ReadTrace(m_world.Dir().File("cm.trc")).lines.empty());
+    EXPECT_FALSE(ReadTrace(m_world.Dir().File("cm.trc")).lines.empty());
     EXPECT_TRUE(failed.Records("", "", "Could not compile MOF %s!").empty());
 }
 
 // /DD /MOF: an instance deletion that WMI refuses is a warning, and the class still goes.
 TEST_F(EmuOnly, RefusedInstanceDeletionIsAWarning)
 {
-    const std::string strMof =
-        e2e::Ns("root\\TarvosTest") +
-        "class Tv_Esc { [key] string Name; };\ninstance of Tv_Esc { Name = \"q\"; };\n";
+    const std::string strMof = Ns("root\\TarvosTest") + "class Tv_Esc { [key] string Name; };\n"
+                                                        "instance of Tv_Esc { Name = \"q\"; };\n";
     m_world.Seed(strMof);
     m_world.Fault("DeleteInstance 0x80041003 class=Tv_Esc");
     const auto run = RunTarvos("/dd \"/mof=" + m_world.WriteMof("x.mof", strMof) + "\"");
-    EXPECT_EQ("Warning ns='\\\\.\\root\\TarvosTest' path='Tv_Esc.Name=\"q\"'",
-              Only(run, "", "", "INSTANCE DELETION ERROR", true));
-    EXPECT_EQ("Verbose ns='root\\TarvosTest' path='Tv_Esc'", Only(run, "", "", "CLASS DELETED", true));
+    ExpectRecords(run, {{"", "", "INSTANCE DELETION ERROR",
+                         "Warning ns='\\\\.\\root\\TarvosTest' path='Tv_Esc.Name=\"q\"'", true},
+                        {"", "", "CLASS DELETED", "Verbose ns='root\\TarvosTest' path='Tv_Esc'", true}});
 }
 
 // /SQ: the class write is refused; what was set before stays, the job stops with 22.

@@ -2,57 +2,35 @@
 #include "E2eSupport.h"
 #include "SharedCounters.h"
 
-#include <gtest/gtest.h>
+using namespace e2e;
 
-using e2e::Only;
-using testkit::RunTarvos;
-
-TEST(EntryPoint, NoArgumentsIsNothingDoneAndTakesItsCountBack)
-{
-    testkit::CSharedCounters counters(testkit::TarvosExe());
-    ASSERT_TRUE(counters.IsMapped());
-    const auto run = RunTarvos("");
-    ASSERT_FALSE(run.bTimedOut);
-    EXPECT_EQ(7u, run.dwExitCode);
-    EXPECT_EQ("bLocalSystem='false'\nargv[0]='" + testkit::TarvosExe() +
-                  "'\nargv[1]='null'\nargv[2]='null'\nargv[3]='null'\ngg_nInst=0, gg_nSystemInst=0",
-              Only(run, "main", "Enter", "Tarvos called"));
-    EXPECT_EQ("nReturn=7 '7, EXITCODE_ERR_NOTHING_DONE'", Only(run, "main", "Leave"));
-    EXPECT_EQ(0u,
-              Only(run, "main", "Internal", "BUILD INFORMATION", true).rfind("Verbose NODEBUG; TIME=", 0));
-    EXPECT_EQ(1u, run.Records("DoTheJob", "Leave").size());
-    EXPECT_TRUE(run.strStdout.empty());
-    EXPECT_EQ(0, counters.Inst());
-    EXPECT_EQ(0, counters.SystemInst());
-}
-
-TEST(EntryPoint, RejectedCommandLineIsOne)
+TEST(EntryPoint, RejectedCommandLineIsOneAndUnknownOnesAreNothingDone)
 {
     const auto run = RunTarvos("/cf /mof=a.mof /dd");
     EXPECT_EQ(1u, run.dwExitCode);
-    EXPECT_EQ(
-        1u,
-        run.Records("WbemUtil::CheckParams", "Internal", "Only one action: /cf, /dd, /cm is allowed").size());
-    EXPECT_EQ("Error ", Only(run, "main", "Exception", "ParseCmdLine returned error", true));
-    EXPECT_EQ("nReturn=1 '1, '", Only(run, "main", "Leave"));
-    EXPECT_TRUE(run.Records("DoTheJob").empty());
-}
-
-TEST(EntryPoint, EntryRecordShowsTheFirstThreeArguments)
-{
-    const auto run = RunTarvos("/frobnicate \"/KEY=  A B\" cf /x");
-    EXPECT_EQ(7u, run.dwExitCode);
-    EXPECT_NE(std::string::npos, Only(run, "main", "Enter", "Tarvos called")
+    ExpectRecords(run, {{"WbemUtil::CheckParams", "Internal", "Only one action: /cf, /dd, /cm is allowed", "",
+                         false, true},
+                        {"main", "Exception", "ParseCmdLine returned error", "Error ", true},
+                        {"main", "Leave", "", "nReturn=1 '1, '"},
+                        {"DoTheJob", "", "", "<0 records>"}});
+    // The entry record shows the first three arguments.
+    const auto unknown = RunTarvos("/frobnicate \"/KEY=  A B\" cf /x");
+    EXPECT_EQ(7u, unknown.dwExitCode);
+    EXPECT_NE(std::string::npos, Only(unknown, "main", "Enter", "Tarvos called")
                                      .find("argv[1]='/frobnicate'\nargv[2]='/KEY=  A B'\nargv[3]='cf'\n"));
-    EXPECT_EQ(2u, run.Records("WbemUtil::ParseToken", "Internal", "Unknown parameter").size());
+    EXPECT_EQ(2u, unknown.Records("WbemUtil::ParseToken", "Internal", "Unknown parameter").size());
+    // Without tracing the exit codes are the same.
+    TarvosOptions options;
+    options.bTrace = false;
+    EXPECT_EQ(1u, RunTarvos("/sq", options).dwExitCode);
+    EXPECT_EQ(7u, RunTarvos("/backup", options).dwExitCode);
 }
 
 TEST(EntryPoint, RelativeNamesBecomeFullPathsInTheWorkingDirectory)
 {
-    testkit::CScratchDir dir;
+    CScratchDir dir;
     // The runtime's argument rules: a quoted argument keeps its blank, \" is a literal quote.
-    const auto run =
-        RunTarvos("/dd \"/ini=x y.ini\" /MOF=\\\"\\\"sub\\a.mof\\\"", testkit::StartedIn(dir.Path()));
+    const auto run = RunTarvos("/dd \"/ini=x y.ini\" /MOF=\\\"\\\"sub\\a.mof\\\"", StartedIn(dir.Path()));
     const std::string strEnter = Only(run, "WbemUtil::CheckParams", "Enter");
     EXPECT_NE(std::string::npos, strEnter.find("mof='" + dir.File("sub\\a.mof") + "'\nini='" +
                                                dir.File("x y.ini") + "'\nreg=''\n"))
@@ -98,27 +76,35 @@ TEST(EntryPoint, HelpPrintsBannerAndOptionSummary)
     }
 }
 
-TEST(EntryPoint, WithoutTracingTheExitCodeIsTheSame)
+// The prefix's instance counters: a run takes its count back; beside a normal instance a second
+// one is refused before its command line is read.
+TEST(EntryPoint, NothingDoneTakesItsCountBackAndASecondNormalInstanceIsRefused)
 {
-    testkit::TarvosOptions options;
-    options.bTrace = false;
-    EXPECT_EQ(1u, RunTarvos("/sq", options).dwExitCode);
-    EXPECT_EQ(7u, RunTarvos("/backup", options).dwExitCode);
-}
-
-TEST(InstanceLimit, SecondNormalInstanceIsRefusedAndCountersStayBalanced)
-{
-    testkit::CSharedCounters counters(testkit::TarvosExe());
+    CSharedCounters counters(TarvosExe());
     ASSERT_TRUE(counters.IsMapped());
     ASSERT_EQ(0, counters.Inst());
     ASSERT_EQ(0, counters.SystemInst());
+    const auto run = RunTarvos("");
+    ASSERT_FALSE(run.bTimedOut);
+    EXPECT_EQ(7u, run.dwExitCode);
+    ExpectRecords(run,
+                  {{"main", "Enter", "Tarvos called",
+                    "bLocalSystem='false'\nargv[0]='" + TarvosExe() +
+                        "'\nargv[1]='null'\nargv[2]='null'\nargv[3]='null'\ngg_nInst=0, gg_nSystemInst=0"},
+                   {"main", "Leave", "", "nReturn=7 '7, EXITCODE_ERR_NOTHING_DONE'"},
+                   {"main", "Internal", "BUILD INFORMATION", "Verbose NODEBUG; TIME=", true, true},
+                   {"DoTheJob", "Leave", "", "", false, true}});
+    EXPECT_TRUE(run.strStdout.empty());
+    EXPECT_EQ(0, counters.Inst());
+    EXPECT_EQ(0, counters.SystemInst());
+
     counters.Inst() = 1; // as if a normal instance were running
     const auto refused = RunTarvos("/cf /mof=a.mof");
     EXPECT_EQ(23u, refused.dwExitCode);
-    EXPECT_EQ("gg_nInst=2", Only(refused, "main", "Exception", "Too many normal instances"));
+    ExpectRecords(refused, {{"main", "Exception", "Too many normal instances", "gg_nInst=2"},
+                            {"WbemUtil::ParseCmdLine", "", "", "<0 records>"},
+                            {"main", "Leave", "", "nReturn=23 '23, EXITCODE_ERR_GENERAL_ERROR'"}});
     EXPECT_TRUE(refused.Has("\ngg_nInst=1, gg_nSystemInst=0"));
-    EXPECT_TRUE(refused.Records("WbemUtil::ParseCmdLine").empty());
-    EXPECT_EQ("nReturn=23 '23, EXITCODE_ERR_GENERAL_ERROR'", Only(refused, "main", "Leave"));
     EXPECT_EQ(1, counters.Inst()) << "the refused run must take its count back";
     counters.Inst() = 0;
 }

@@ -2,13 +2,13 @@
 // and the whole repository compared before and after every run.
 #include "E2eSupport.h"
 
-#include <gtest/gtest.h>
+using namespace e2e;
 
 namespace
 {
 // SampleClass has a subclass and instances of both; TypedClass one qualifier per type case.
 const std::string kSeedMof =
-    e2e::Ns("root\\TarvosTestEventing") +
+    Ns("root\\TarvosTestEventing") +
     "[version(\"2.0\")] class SampleClass { [key] string Name; };\n"
     "class SampleChild : SampleClass { uint32 Extra; };\n"
     "instance of SampleClass { Name = \"one\"; };\n"
@@ -28,10 +28,19 @@ std::string WithQualifier(const std::string& strDump, const std::string& strClas
            strDump.substr(strDump.find('\n', nPos + 1));
 }
 
+// An INI file's text: the section and each line, ended by CR LF.
+std::string Ini(const std::vector<std::string>& lines, const std::string& strSection = "[Qualifier]")
+{
+    std::string strText = strSection + "\r\n";
+    for (const std::string& strLine : lines)
+        strText += strLine + "\r\n";
+    return strText;
+}
+
 class SetQualifiersJob : public ::testing::Test
 {
 protected:
-    testkit::CPortableWorld m_world;
+    CPortableWorld m_world;
     std::string m_strBefore;
 
     void SetUp() override
@@ -43,36 +52,26 @@ protected:
     std::string WriteIni(const std::string& strName, const std::vector<std::string>& lines,
                          bool bBackup = false, const std::string& strSection = "[Qualifier]") const
     {
-        std::string strText = strSection + "\r\n";
-        for (const std::string& strLine : lines)
-            strText += strLine + "\r\n";
         if (bBackup)
             m_world.WriteMof(strName.substr(0, strName.rfind('.')) + "_backup.ini", "");
-        return m_world.WriteMof(strName, strText);
+        return m_world.WriteMof(strName, Ini(lines, strSection));
     }
     // No file of the folder changes but the INI's own backup, and that one only with /backup.
-    testkit::TarvosRun RunSq(const std::string& strIni, bool bBackup = false) const
+    TarvosRun RunSq(const std::string& strIni, bool bBackup = false) const
     {
         const size_t nDot = strIni.rfind('.');
         const std::string strBackup = nDot == std::string::npos || nDot < strIni.rfind('\\')
                                           ? strIni + "_backup"
                                           : strIni.substr(0, nDot) + "_backup" + strIni.substr(nDot);
-        const std::string strFiles = testkit::FolderText(m_world.Dir().Path(), bBackup ? strBackup : "");
-        const auto run = testkit::RunTarvos("/sq \"/ini=" + strIni + "\"" + (bBackup ? " /backup" : ""));
-        EXPECT_EQ(strFiles, testkit::FolderText(m_world.Dir().Path(), bBackup ? strBackup : "")) << strIni;
+        const std::string strFiles = FolderText(m_world.Dir().Path(), bBackup ? strBackup : "");
+        const auto run = RunTarvos("/sq \"/ini=" + strIni + "\"" + (bBackup ? " /backup" : ""));
+        EXPECT_EQ(strFiles, FolderText(m_world.Dir().Path(), bBackup ? strBackup : "")) << strIni;
         return run;
     }
-    // The [Qualifier] section of a file as its "key=value" lines.
-    std::vector<std::string> Section(const std::string& strName) const
+    std::string FileText(const std::string& strName) const
     {
-        std::vector<char> buffer(1 << 20);
-        const DWORD dwLen =
-            GetPrivateProfileSectionA("Qualifier", buffer.data(), static_cast<DWORD>(buffer.size()),
-                                      m_world.Dir().File(strName).c_str());
-        std::vector<std::string> lines;
-        for (DWORD n = 0; n < dwLen; n += static_cast<DWORD>(lines.back().size()) + 1)
-            lines.emplace_back(buffer.data() + n);
-        return lines;
+        const auto bytes = ReadBytes(m_world.Dir().File(strName));
+        return std::string(bytes.begin(), bytes.end());
     }
 };
 } // namespace
@@ -87,8 +86,8 @@ TEST_F(SetQualifiersJob, BackupRestoresTheFormerValueOnAClassWithInstancesAndSub
               run.strTrace.find("An instance of CCWMIAccess has been destroyed.", nEnter));
     // Only the named qualifier changes; the subclass and both instances stay.
     EXPECT_EQ(WithQualifier(m_strBefore, "SampleClass", "version", "\"2.1\""), m_world.Dump("root"));
-    const std::vector<std::string> backup{"1=root\\TarvosTestEventing:SampleClass.version=\"2.0\""};
-    EXPECT_EQ(backup, Section("cfg.d\\quals_backup.ini"));
+    const std::string strBackup = Ini({"1=root\\TarvosTestEventing:SampleClass.version=\"2.0\""});
+    EXPECT_EQ(strBackup, FileText("cfg.d\\quals_backup.ini"));
     EXPECT_EQ(0u, RunSq(m_world.Dir().File("cfg.d\\quals_backup.ini")).dwExitCode);
     EXPECT_EQ(WithQualifier(m_strBefore, "SampleClass", "version", "\"2.0\""), m_world.Dump("root"));
     // A backup file that cannot be written (locked here) ends nothing: every entry is set.
@@ -103,7 +102,7 @@ TEST_F(SetQualifiersJob, BackupRestoresTheFormerValueOnAClassWithInstancesAndSub
     EXPECT_EQ(WithQualifier(WithQualifier(m_strBefore, "SampleClass", "version", "\"3\""), "TypedClass", "S1",
                             "\"x\""),
               m_world.Dump("root"));
-    EXPECT_EQ(backup, Section("cfg.d\\quals_backup.ini"));
+    EXPECT_EQ(strBackup, FileText("cfg.d\\quals_backup.ini"));
 }
 
 TEST_F(SetQualifiersJob, ValuesAreReadByTypeUpToTheFirstMissingKey)
@@ -152,10 +151,10 @@ TEST_F(SetQualifiersJob, ValuesAreReadByTypeUpToTheFirstMissingKey)
     const auto run = RunSq(WriteIni("types.ini", lines, true), true);
     EXPECT_EQ(0u, run.dwExitCode);
     EXPECT_EQ(strExpected, m_world.Dump("root"));
-    EXPECT_EQ(backup, Section("types_backup.ini"));
+    EXPECT_EQ(Ini(backup), FileText("types_backup.ini"));
     const auto skipped = run.Records("SetQualifiers", "Internal", "Separator '=' not found");
     ASSERT_EQ(2u, skipped.size());
-    EXPECT_EQ("Warning", testkit::SplitTabs(skipped[0])[3]);
+    EXPECT_EQ("Warning", SplitTabs(skipped[0])[3]);
 }
 
 TEST_F(SetQualifiersJob, FirstFailingEntryStopsWith22AndKeepsWhatWasSet)
@@ -191,10 +190,8 @@ TEST_F(SetQualifiersJob, FirstFailingEntryStopsWith22AndKeepsWhatWasSet)
         const auto run = RunSq(strIni, true);
         EXPECT_EQ(22u, run.dwExitCode);
         EXPECT_EQ(WithQualifier(m_strBefore, "TypedClass", "S1", "\"set\""), m_world.Dump("root"));
-        EXPECT_EQ(std::vector<std::string>{"1=root\\TarvosTestEventing:TypedClass.S1=\"plain\""},
-                  Section("fail_backup.ini"));
-        const std::string strRecord =
-            e2e::Only(run, "CWmiWork::QualifierSet", "Internal", row.szMessage, true);
+        EXPECT_EQ(Ini({"1=root\\TarvosTestEventing:TypedClass.S1=\"plain\""}), FileText("fail_backup.ini"));
+        const std::string strRecord = Only(run, "CWmiWork::QualifierSet", "Internal", row.szMessage, true);
         EXPECT_EQ(0u, strRecord.rfind("Error ", 0));
         EXPECT_TRUE(*row.szDetail ? run.Has(row.szDetail) : strRecord == "Error ") << strRecord;
         EXPECT_TRUE(
@@ -225,11 +222,10 @@ TEST_F(SetQualifiersJob, MissingFilesAndSectionChangeNothing)
         EXPECT_FALSE(run.Has("CWmiWork::QualifierSet"));
     }
     // The backup name of a file without extension ends in "_backup"; it was not created.
-    EXPECT_FALSE(testkit::FileExists(strNoExt + "_backup"));
+    EXPECT_FALSE(FileExists(strNoExt + "_backup"));
     m_world.WriteMof("noext_backup", "");
     EXPECT_EQ(0u, RunSq(strNoExt, true).dwExitCode);
-    EXPECT_EQ(std::vector<std::string>{"1=root\\TarvosTestEventing:SampleClass.version=\"2.0\""},
-              Section("noext_backup"));
+    EXPECT_EQ(Ini({"1=root\\TarvosTestEventing:SampleClass.version=\"2.0\""}), FileText("noext_backup"));
     // A backup name of 259 characters is made; one character more is refused and nothing is set.
     for (size_t nLen : {252u, 253u})
     {

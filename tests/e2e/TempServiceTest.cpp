@@ -5,12 +5,7 @@
 #include "SharedCounters.h"
 #include "TempService.h"
 
-#include <gtest/gtest.h>
-
-using e2e::Message;
-using e2e::Only;
-using testkit::SplitTabs;
-using testkit::TarvosRun;
+using namespace e2e;
 
 namespace
 {
@@ -18,7 +13,7 @@ const char kServiceTraceKey[] = "Software\\Brevane\\Common\\Tracing\\TarvosSvc.e
 
 std::string HostExe()
 {
-    return testkit::TarvosExe().substr(0, testkit::TarvosExe().rfind('\\') + 1) + "TarvosSvcHost.exe";
+    return TarvosExe().substr(0, TarvosExe().rfind('\\') + 1) + "TarvosSvcHost.exe";
 }
 
 // The "Tarvos" service as the service control manager holds it; "" when there is none.
@@ -48,12 +43,12 @@ struct ServiceRun
 class TempService : public ::testing::Test
 {
 protected:
-    testkit::CEmuWorld m_world;
+    CEmuWorld m_world;
     // The service process does not inherit the test's environment: these name the world's files.
-    testkit::CSavedValue m_repository{HKEY_LOCAL_MACHINE, "Software\\WmiEmu", "Repository",
-                                      m_world.Dir().File("repository.txt").c_str()};
-    testkit::CSavedValue m_faults{HKEY_LOCAL_MACHINE, "Software\\WmiEmu", "Faults",
-                                  m_world.Dir().File("faults.txt").c_str()};
+    CSavedValue m_repository{HKEY_LOCAL_MACHINE, "Software\\WmiEmu", "Repository",
+                             m_world.Dir().File("repository.txt").c_str()};
+    CSavedValue m_faults{HKEY_LOCAL_MACHINE, "Software\\WmiEmu", "Faults",
+                         m_world.Dir().File("faults.txt").c_str()};
 
     void SetUp() override
     {
@@ -65,9 +60,8 @@ protected:
     // Runs a program in the world's folder; both trace keys append, for two processes per file.
     ServiceRun Run(const std::string& strExe, const std::string& strArgs)
     {
-        testkit::CScratchDir dir;
-        testkit::CScratchKey aKeys[2] = {testkit::CScratchKey(testkit::kTarvosTraceKey),
-                                         testkit::CScratchKey(kServiceTraceKey)};
+        CScratchDir dir;
+        CScratchKey aKeys[2] = {CScratchKey(kTarvosTraceKey), CScratchKey(kServiceTraceKey)};
         for (int i = 0; i < 2; ++i)
         {
             aKeys[i].SetDword("Trace", 1);
@@ -75,16 +69,11 @@ protected:
             aKeys[i].SetDword("TraceClear", 0);
             aKeys[i].SetString("TraceFile", dir.File(std::to_string(i) + ".trc"));
         }
-        const TarvosRun program =
-            testkit::RunProgram("\"" + strExe + "\" " + strArgs, m_world.Dir().Path(), 100000);
-        ServiceRun run{testkit::ReadTrace(dir.File("0.trc")), testkit::ReadTrace(dir.File("1.trc"))};
+        const TarvosRun program = RunProgram("\"" + strExe + "\" " + strArgs, m_world.Dir().Path(), 100000);
+        ServiceRun run{ReadTrace(dir.File("0.trc")), ReadTrace(dir.File("1.trc"))};
         run.normal.dwExitCode = program.dwExitCode;
         run.normal.bTimedOut = program.bTimedOut;
         return run;
-    }
-    static std::string AgentMof(const std::string& strVersion, const std::string& strExtra = "")
-    {
-        return e2e::ClassMof("Tvs_Agent", "[Version(\"" + strVersion + "\")]\n") + strExtra;
     }
 };
 } // namespace
@@ -93,16 +82,24 @@ protected:
 // manager is a second normal instance: refused, the start fails, nothing is waited for or deleted.
 TEST_F(TempService, TarvosExeCreatesTheServiceAndALeftoverIsReplaced)
 {
-    const std::string strMof = m_world.WriteMof("agent.mof", AgentMof("1.0"));
+    const std::string strMof = m_world.WriteMof("agent.mof", VersionedAgent("1.0"));
     const std::string strArgs = "/cf \"/mof=" + strMof + "\" /system";
-    const ServiceRun first = Run(testkit::TarvosExe(), strArgs);
+    const ServiceRun first = Run(TarvosExe(), strArgs);
     ASSERT_FALSE(first.normal.bTimedOut);
-    EXPECT_EQ("argc=4", Only(first.normal, "CCTempService::RunAsService", "Enter"));
-    EXPECT_EQ("argc=4", Only(first.normal, "CCTempService::StartAsService", "Enter"));
-    EXPECT_EQ("ret=true", Only(first.normal, "CCTempService::IsAdmin", "Leave"));
-    EXPECT_EQ("type=0x110 start=3 error=1 tag=0 path=" + testkit::TarvosExe() +
+    EXPECT_EQ("type=0x110 start=3 error=1 tag=0 path=" + TarvosExe() +
                   " group= deps= account=LocalSystem display=Tarvos",
               ServiceConfig());
+    // The start failed: no wait and no deletion; the code is the shared section's, 0.
+    const std::string strTimeout = "err=0x41D, 'Service request timeout.'";
+    ExpectRecords(first.normal,
+                  {{"CCTempService::RunAsService", "Enter", "", "argc=4"},
+                   {"CCTempService::StartAsService", "Enter", "", "argc=4"},
+                   {"CCTempService::IsAdmin", "Leave", "", "ret=true"},
+                   {"CCTempService::RegisterDispatcher", "", "", "<0 records>"},
+                   {"CCTempService::StartAsService", "Internal", "StartService failed", strTimeout},
+                   {"CCTempService::WaitForServiceEnd", "", "", "<0 records>"},
+                   {"CCTempService::CleanUp", "", "", "<0 records>"}});
+    EXPECT_EQ(0u, first.normal.dwExitCode);
 
     // The service's process, in the same trace file: not LocalSystem, so over the limit.
     const auto refused = first.normal.Records("main", "Exception", "Too many normal instances");
@@ -112,27 +109,18 @@ TEST_F(TempService, TarvosExeCreatesTheServiceAndALeftoverIsReplaced)
     ASSERT_EQ(2u, leaves.size());
     EXPECT_NE(SplitTabs(refused[0])[1], SplitTabs(leaves.back())[1])
         << "the refused process is not the normal one";
-    EXPECT_TRUE(first.normal.Records("CCTempService::RegisterDispatcher").empty());
-
-    // The start failed: no wait and no deletion; the code is the shared section's, 0.
-    EXPECT_EQ("err=0x41D, 'Service request timeout.'",
-              Only(first.normal, "CCTempService::StartAsService", "Internal", "StartService failed"));
-    EXPECT_TRUE(first.normal.Records("CCTempService::WaitForServiceEnd").empty());
-    EXPECT_TRUE(first.normal.Records("CCTempService::CleanUp").empty());
-    EXPECT_EQ(0u, first.normal.dwExitCode);
     EXPECT_EQ("nReturn=0 '0, EXITCODE_OK'", Message(leaves.back()));
 
-    // The second run finds the leftover, deletes it and creates the service again.
-    const ServiceRun second = Run(testkit::TarvosExe(), strArgs);
-    EXPECT_EQ(1u, second.normal.Records("CCTempService::ServiceDelete", "Enter").size());
-    EXPECT_EQ("name='Tarvos'", Only(second.normal, "CCTempService::ServiceDelete", "Internal",
-                                    "The service was successfully deleted"));
-    EXPECT_EQ("name='Tarvos'", Only(second.normal, "CCTempService::ServiceDelete", "Internal",
-                                    "The service doesn't exist => OK"));
-    EXPECT_EQ("ret=true", Only(second.normal, "CCTempService::ServiceDelete", "Leave"));
-    // Created again: the start fails as before, not for want of a service handle.
-    EXPECT_EQ("err=0x41D, 'Service request timeout.'",
-              Only(second.normal, "CCTempService::StartAsService", "Internal", "StartService failed"));
+    // The second run finds the leftover, deletes it and creates the service again: the start fails
+    // as before, not for want of a service handle.
+    const ServiceRun second = Run(TarvosExe(), strArgs);
+    const char kDelete[] = "CCTempService::ServiceDelete";
+    ExpectRecords(second.normal,
+                  {{kDelete, "Enter", "", "", false, true},
+                   {kDelete, "Internal", "The service was successfully deleted", "name='Tarvos'"},
+                   {kDelete, "Internal", "The service doesn't exist => OK", "name='Tarvos'"},
+                   {kDelete, "Leave", "", "ret=true"},
+                   {"CCTempService::StartAsService", "Internal", "StartService failed", strTimeout}});
     EXPECT_NE("", ServiceConfig());
     EXPECT_EQ(0u, second.normal.dwExitCode);
 }
@@ -149,65 +137,65 @@ TEST_F(TempService, JobRunsInsideTheServiceAndItsCodeComesBack)
     };
     const std::string strSq = "[Qualifier]\r\n1=root\\TarvosTest:Tvs_Agent.Version=\"4.0\"\r\n";
     const Case aCases[] = {
-        {"compiled", "cf", AgentMof("2.0"), "", AgentMof("2.0"), 0, 0, ""},
-        {"not newer", "cf", AgentMof("1.0"), AgentMof("5.0"), AgentMof("5.0"), 18, 0, ""},
-        {"compile error", "cf", AgentMof("3.0", "instance of Tvs_Agent { Name = ; };\n"), "", "", 17, 17, ""},
-        {"listed", "cm", AgentMof("2.0"), AgentMof("1.0"), AgentMof("2.0"), 0, 0, ""},
-        {"qualifier", "sq", strSq, AgentMof("1.0"),
-         e2e::ClassMof("Tvs_Agent", "[Version(\"4.0\"):Restricted]\n"), 0, 0,
+        {"compiled", "cf", VersionedAgent("2.0"), "", VersionedAgent("2.0"), 0, 0, ""},
+        {"not newer", "cf", VersionedAgent("1.0"), VersionedAgent("5.0"), VersionedAgent("5.0"), 18, 0, ""},
+        {"compile error", "cf", VersionedAgent("3.0", "instance of Tvs_Agent { Name = ; };\n"), "", "", 17,
+         17, ""},
+        {"listed", "cm", VersionedAgent("2.0"), VersionedAgent("1.0"), VersionedAgent("2.0"), 0, 0, ""},
+        {"qualifier", "sq", strSq, VersionedAgent("1.0"),
+         ClassMof("Tvs_Agent", "[Version(\"4.0\"):Restricted]\n"), 0, 0,
          "[Qualifier]\r\n1=root\\TarvosTest:Tvs_Agent.Version=\"1.0\"\r\n"},
     };
-    testkit::CSharedCounters counters(HostExe()); // held open: the counters outlive each run
-    testkit::CScratchKey key("SOFTWARE\\TarvosTestMOF_Service");
+    CSharedCounters counters(HostExe()); // held open: the counters outlive each run
+    CScratchKey key("SOFTWARE\\TarvosTestMOF_Service");
     for (const Case& c : aCases)
     {
         SCOPED_TRACE(c.szName);
         const std::string strAfter = m_world.DumpOf(c.strAfter);
         m_world.DumpOf(c.strSeed);
-        const std::string strFile =
-            m_world.WriteMof(c.strCommand == "sq" ? "agent.ini" : "agent.mof", c.strFile);
+        const bool bSq = c.strCommand == "sq";
+        const std::string strFile = m_world.WriteMof(bSq ? "agent.ini" : "agent.mof", c.strFile);
         key.SetString("agent", strFile);
         const std::string strBackup = m_world.WriteMof("agent_backup.ini", "");
-        const std::string strArgs = c.strCommand == "cf"   ? "\"/mof=" + strFile + "\""
-                                    : c.strCommand == "cm" ? "\"/key=" + key.SubKey() + "\""
-                                                           : "\"/ini=" + strFile + "\" /backup";
-        const ServiceRun run = Run(HostExe(), "/" + c.strCommand + " " + strArgs + " /system");
+        const std::string strOption = c.strCommand == "cf" ? "mof" : bSq ? "ini" : "key";
+        const std::string strTarget = c.strCommand == "cm" ? key.SubKey() : strFile;
+        const ServiceRun run = Run(HostExe(), "/" + c.strCommand + " \"/" + strOption + "=" + strTarget +
+                                                  "\"" + (bSq ? " /backup" : "") + " /system");
         ASSERT_FALSE(run.normal.bTimedOut);
         EXPECT_EQ(c.dwExit, run.normal.dwExitCode);
         // Normal side: started, waited for, deleted; 18 becomes 0 only here.
         EXPECT_EQ(0, counters.Inst());
         EXPECT_EQ(0, counters.SystemInst());
-        EXPECT_EQ(0u,
-                  Only(run.normal, "CCTempService::StartAsService", "Leave").rfind("ret=0x00000000, ", 0));
-        EXPECT_EQ("dwTimeOut=5000", Only(run.normal, "CCTempService::WaitForServiceEnd", "Enter"));
-        EXPECT_EQ("ret='true'", Only(run.normal, "CCTempService::WaitForServiceEnd", "Leave"));
-        EXPECT_EQ("ret=true", Only(run.normal, "CCTempService::ServiceDelete", "Leave"));
-        EXPECT_EQ(c.nJob == 18 ? 1u : 0u, e2e::OldVersionForgiven(run.normal));
-        EXPECT_TRUE(run.normal.Records("DoTheJob").empty());
+        ExpectRecords(run.normal,
+                      {{"CCTempService::StartAsService", "Leave", "", "ret=0x00000000, ", false, true},
+                       {"CCTempService::WaitForServiceEnd", "Enter", "", "dwTimeOut=5000"},
+                       {"CCTempService::WaitForServiceEnd", "Leave", "", "ret='true'"},
+                       {"CCTempService::ServiceDelete", "Leave", "", "ret=true"},
+                       {"DoTheJob", "", "", "<0 records>"}});
+        EXPECT_EQ(c.nJob == 18 ? 1u : 0u, OldVersionForgiven(run.normal));
         EXPECT_EQ("", ServiceConfig()) << "the service is gone";
 
         // Service side: the dispatcher, the whole argument vector, the job's code unchanged.
-        EXPECT_EQ("bLocalSystem='true'\nargv[0]='" + HostExe() +
-                      "'\nargv[1]='null'\nargv[2]='null'\nargv[3]='null'\ngg_nInst=1, gg_nSystemInst=0",
-                  Only(run.service, "main", "Enter", "Tarvos called"));
-        EXPECT_EQ("pszServiceName='Tarvos', proc=0x",
-                  Only(run.service, "CCTempService::RegisterDispatcher", "Enter").substr(0, 32));
-        EXPECT_EQ("\nargc=" + std::string(c.strCommand == "sq" ? "6" : "5") +
-                      "\nargv[0]='Tarvos'\nargv[1]='" + HostExe() + "'\nargv[2]='/" + c.strCommand + "'",
-                  Only(run.service, "TempServiceProc", "Enter"));
-        const std::string strOption = c.strCommand == "cf"   ? "mof='" + strFile + "'"
-                                      : c.strCommand == "cm" ? "reg='" + key.SubKey() + "'"
-                                                             : "ini='" + strFile + "'";
+        ExpectRecords(
+            run.service,
+            {{"main", "Enter", "Tarvos called",
+              "bLocalSystem='true'\nargv[0]='" + HostExe() +
+                  "'\nargv[1]='null'\nargv[2]='null'\nargv[3]='null'\ngg_nInst=1, gg_nSystemInst=0"},
+             {"CCTempService::RegisterDispatcher", "Enter", "", "pszServiceName='Tarvos', proc=0x", false,
+              true},
+             {"TempServiceProc", "Enter", "",
+              "\nargc=" + std::string(bSq ? "6" : "5") + "\nargv[0]='Tarvos'\nargv[1]='" + HostExe() +
+                  "'\nargv[2]='/" + c.strCommand + "'"},
+             {"TempServiceProc", "Leave", "", "gg_nSvcExitcode=" + std::to_string(c.nJob)},
+             {"CCTempService::RegisterDispatcher", "Leave", "", "ret=0x00000000"},
+             {"main", "Leave", "", "nReturn=0 '0, EXITCODE_OK'"}});
         for (const std::string& strParsed :
-             {std::string("System=true"), "Backup=" + std::string(c.strBackup.empty() ? "false" : "true"),
-              strOption})
+             {std::string("System=true"), "Backup=" + std::string(bSq ? "true" : "false"),
+              (bSq || strOption == "mof" ? strOption : "reg") + "='" + strTarget + "'"})
             EXPECT_NE(std::string::npos, run.service.strTrace.find(strParsed)) << strParsed;
-        EXPECT_EQ("gg_nSvcExitcode=" + std::to_string(c.nJob), Only(run.service, "TempServiceProc", "Leave"));
-        EXPECT_EQ("ret=0x00000000", Only(run.service, "CCTempService::RegisterDispatcher", "Leave"));
-        EXPECT_EQ(0u, e2e::OldVersionForgiven(run.service));
-        EXPECT_EQ("nReturn=0 '0, EXITCODE_OK'", Only(run.service, "main", "Leave"));
+        EXPECT_EQ(0u, OldVersionForgiven(run.service));
         EXPECT_EQ(strAfter, m_world.Dump("root"));
-        const std::vector<unsigned char> backup = testkit::ReadBytes(strBackup);
+        const std::vector<unsigned char> backup = ReadBytes(strBackup);
         EXPECT_EQ(c.strBackup, std::string(backup.begin(), backup.end()));
     }
 }
@@ -218,10 +206,10 @@ TEST_F(TempService, CommandLineRefusedInsideTheServiceIsOne)
 {
     const ServiceRun run = Run(HostExe(), "/cf /system \"\" \"/mof=" + m_world.WriteMof("a.mof", "") + "\"");
     EXPECT_EQ(1u, run.normal.dwExitCode);
-    EXPECT_EQ("Error ",
-              Only(run.service, "TempServiceProc", "Exception", "ParseCmdLine returned error", true));
-    EXPECT_EQ("gg_nSvcExitcode=1", Only(run.service, "TempServiceProc", "Leave"));
-    EXPECT_TRUE(run.service.Records("DoTheJob").empty());
+    ExpectRecords(run.service,
+                  {{"TempServiceProc", "Exception", "ParseCmdLine returned error", "Error ", true},
+                   {"TempServiceProc", "Leave", "", "gg_nSvcExitcode=1"},
+                   {"DoTheJob", "", "", "<0 records>"}});
     EXPECT_EQ("nReturn=1 '1, '", Only(run.normal, "main", "Leave"));
 }
 
@@ -229,10 +217,10 @@ TEST_F(TempService, CommandLineRefusedInsideTheServiceIsOne)
 // the job runs here; beside none there is no dispatcher; a second LocalSystem instance is refused.
 TEST_F(TempService, LocalSystemProcessNotStartedAsService)
 {
-    testkit::CSharedCounters counters(HostExe());
+    CSharedCounters counters(HostExe());
     ASSERT_TRUE(counters.IsMapped());
-    m_world.Seed(AgentMof("5.0"));
-    const std::string strMof = m_world.WriteMof("agent.mof", AgentMof("1.0"));
+    m_world.Seed(VersionedAgent("5.0"));
+    const std::string strMof = m_world.WriteMof("agent.mof", VersionedAgent("1.0"));
     const struct
     {
         int nInst, nSystemInst;

@@ -2,9 +2,7 @@
 // (Wine has no MOF compiler).
 #include "E2eSupport.h"
 
-#include <gtest/gtest.h>
-
-using e2e::Only;
+using namespace e2e;
 
 TEST(WineWmiCompile, VersionCheckReadsAndTheMissingCompilerGivesSixteen)
 {
@@ -21,19 +19,17 @@ TEST(WineWmiCompile, VersionCheckReadsAndTheMissingCompilerGivesSixteen)
     for (const auto& c : aCases)
     {
         SCOPED_TRACE(c.szClass);
-        testkit::CScratchDir dir;
+        CScratchDir dir;
         const std::string strMof = dir.File("probe.mof");
-        testkit::WriteBytes(strMof, e2e::Pragma(c.szNs) + "[Version(\"1.0\")]\nclass " + c.szClass +
-                                        " { [key] string Name; };\n");
-        const auto run = testkit::RunTarvos("/cf /mof=" + strMof);
+        WriteBytes(strMof,
+                   Pragma(c.szNs) + "[Version(\"1.0\")]\nclass " + c.szClass + " { [key] string Name; };\n");
+        const auto run = RunTarvos("/cf /mof=" + strMof);
         EXPECT_EQ(16u, run.dwExitCode);
-        EXPECT_EQ(c.szVersionResult, Only(run, "CWmiWork::ClassVersionCheck", "Leave"));
-        EXPECT_EQ("Error 0x80040154!",
-                  Only(run, "CCompMof::CheckVersionAndCompile", "Internal", "Could not launch MofCompiler!"));
+        EXPECT_EQ(c.szVersionResult, Only(run, kCheck, "Leave"));
+        EXPECT_EQ("Error 0x80040154!", Only(run, kCompile, "Internal", "Could not launch MofCompiler!"));
         // A missing namespace is an Info record, not an error.
         EXPECT_EQ(c.szClass == std::string("Tvs_Probe") ? "Info hr=0x8004100E" : "<0 records>",
-                  Only(run, "CWmiWork::ClassVersionCheck", "Internal",
-                       "ConnectToNamespace failed, namespace does not exist", true));
+                  Only(run, kCheck, "Internal", "ConnectToNamespace failed, namespace does not exist", true));
     }
 }
 
@@ -51,10 +47,10 @@ TEST(WineWmiSetQualifiers, ReadFailuresStopWith22)
     for (const auto& c : aCases)
     {
         SCOPED_TRACE(c.szEntry);
-        testkit::CScratchDir dir;
+        CScratchDir dir;
         const std::string strIni = dir.File("quals.ini");
-        testkit::WriteBytes(strIni, std::string("[Qualifier]\r\n1=") + c.szEntry + "\r\n");
-        const auto run = testkit::RunTarvos("/sq /ini=" + strIni);
+        WriteBytes(strIni, std::string("[Qualifier]\r\n1=") + c.szEntry + "\r\n");
+        const auto run = RunTarvos("/sq /ini=" + strIni);
         EXPECT_EQ(22u, run.dwExitCode);
         EXPECT_EQ(1u, run.Records("CWmiWork::QualifierSet", "Internal", c.szMessage).size());
         EXPECT_TRUE(run.Records("CCWMIAccess::PutClassQualifier").empty());
