@@ -166,7 +166,7 @@ TEST_F(MofDelete, AutoRecoverListLosesEveryEntryOfTheFileName)
         {MultiSz({"C:\\A\\y.mof", "xx.mof"}), REG_MULTI_SZ, 0, "<same>"},
         {std::string("\0\0", 2), REG_MULTI_SZ, 0, "<same>"},
         {MultiSz({"D:\\B\\X.MOF"}), REG_MULTI_SZ, 0, std::string(1, '\0')},
-        {std::string("C:\\x.mof\0", 9), REG_SZ, 19, "<same>"},
+        {std::string("C:\\x.mof\0\0", 10), REG_SZ, 19, "<same>"},
         {std::string("C:\\x.mof\0", 9), REG_MULTI_SZ, 19, "<same>"},
         {std::string(1, '\0'), REG_MULTI_SZ, 19, "<same>"},
     };
