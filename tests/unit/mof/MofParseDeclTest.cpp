@@ -56,18 +56,11 @@ TEST_F(MofScanTest, NamespacesClassesAndVersions)
     {
         ASSERT_TRUE(Scan(c.szText)) << c.szText;
         EXPECT_TRUE(mofcheck::ScanResultSane(Mp())) << c.szText;
-        if (c.szNamespaces)
-        {
-            EXPECT_EQ(c.szNamespaces, Names(Mp().Namespaces())) << c.szText;
-        }
-        if (c.szClasses)
-        {
-            EXPECT_EQ(c.szClasses, Names(Mp().Classes())) << c.szText;
-        }
-        if (c.szVersions)
-        {
-            EXPECT_EQ(c.szVersions, Names(Mp().Versions())) << c.szText;
-        }
+        const char* aszExpected[] = {c.szNamespaces, c.szClasses, c.szVersions};
+        const std::vector<MofEntry>* lists[] = {&Mp().Namespaces(), &Mp().Classes(), &Mp().Versions()};
+        for (int i = 0; i < 3; ++i)
+            if (aszExpected[i] != nullptr)
+                EXPECT_EQ(aszExpected[i], Names(*lists[i])) << c.szText;
     }
     // The empty class name of "Subclass (": recorded, with no name.
     ASSERT_TRUE(Scan("Subclass (\n{\n};\n"));
