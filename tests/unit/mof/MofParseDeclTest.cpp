@@ -59,8 +59,12 @@ TEST_F(MofScanTest, NamespacesClassesAndVersions)
         const char* aszExpected[] = {c.szNamespaces, c.szClasses, c.szVersions};
         const std::vector<MofEntry>* lists[] = {&Mp().Namespaces(), &Mp().Classes(), &Mp().Versions()};
         for (int i = 0; i < 3; ++i)
+        {
             if (aszExpected[i] != nullptr)
+            {
                 EXPECT_EQ(aszExpected[i], Names(*lists[i])) << c.szText;
+            }
+        }
     }
     // The empty class name of "Subclass (": recorded, with no name.
     ASSERT_TRUE(Scan("Subclass (\n{\n};\n"));
