@@ -1,17 +1,8 @@
 // The scanner over MOF files that others wrote (the shared corpus): no hang, no crash, only the
 // documented exception, and only from the files known to end with it.
-#include "MofScanInvariants.h"
-#include "MofParse.h"
-#include "TestKit.h"
+#include "MofScanTestSupport.h"
 
-#include <gtest/gtest.h>
-#include <windows.h>
-
-#include <algorithm>
-#include <cstring>
 #include <filesystem>
-#include <string>
-#include <vector>
 
 namespace
 {
