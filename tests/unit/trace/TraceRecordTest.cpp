@@ -36,8 +36,9 @@ TEST_F(TraceTest, RecordColumnsLevelWordsAndClassNames)
 }
 
 // A trace that no one switched on names "Trace.trc" in the current directory: neither that file
-// nor the semaphore named after it may appear.
-TEST_F(TraceTest, TraceNeverSwitchedOnWritesNothing)
+// nor the semaphore named after it may appear. The first record written creates the semaphore,
+// named after the process and the path without < > : " / \\ |, with count 1, free between records.
+TEST_F(TraceTest, OnlyATraceThatWritesHasAFileAndASemaphore)
 {
     char szCwd[MAX_PATH];
     ASSERT_NE(0u, GetCurrentDirectoryA(MAX_PATH, szCwd));
@@ -49,9 +50,22 @@ TEST_F(TraceTest, TraceNeverSwitchedOnWritesNothing)
     }
     SetCurrentDirectoryA(szCwd);
     EXPECT_FALSE(testkit::FileExists(m_dir.File("Trace.trc")));
-    char szSemaphore[64];
-    snprintf(szSemaphore, sizeof(szSemaphore), "CArcaTrace_PID_%8.8lx_Trace.trc", GetCurrentProcessId());
-    EXPECT_EQ(nullptr, OpenSemaphoreA(SYNCHRONIZE, FALSE, szSemaphore));
+    char szPrefix[64];
+    snprintf(szPrefix, sizeof(szPrefix), "CArcaTrace_PID_%8.8lx_", GetCurrentProcessId());
+    EXPECT_EQ(nullptr, OpenSemaphoreA(SYNCHRONIZE, FALSE, (szPrefix + std::string("Trace.trc")).c_str()));
+
+    m_pTrace->InitExplicit(m_strPath.c_str(), 6, 0);
+    std::string strName = szPrefix;
+    for (char c : m_strPath)
+        strName += std::string("<>:\"/\\|").find(c) == std::string::npos ? std::string(1, c) : "";
+    EXPECT_EQ(nullptr, OpenSemaphoreA(SEMAPHORE_ALL_ACCESS, FALSE, strName.c_str()));
+    m_pTrace->Trace(3, "C::M", "Internal", "t", "");
+    HANDLE hSem = OpenSemaphoreA(SEMAPHORE_ALL_ACCESS, FALSE, strName.c_str());
+    ASSERT_NE(nullptr, hSem);
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hSem, 0));
+    EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), WaitForSingleObject(hSem, 0));
+    ReleaseSemaphore(hSem, 1, nullptr);
+    CloseHandle(hSem);
 }
 
 TEST_F(TraceTest, FileHasOneBomAndEveryLineEndsWithCrLf)
@@ -111,23 +125,4 @@ TEST_F(TraceTest, RecordFillingTheBufferLosesItsLineEndAndALongerOneGrowsTheBuff
     ASSERT_EQ(4u, lines.size());
     EXPECT_EQ(strLong + "|end", Column(lines[2], 8));
     EXPECT_EQ("s", Column(lines[3], 8));
-}
-
-TEST_F(TraceTest, SemaphoreIsNamedAfterProcessAndPath)
-{
-    m_pTrace->InitExplicit(m_strPath.c_str(), 6, 0);
-    char szName[64];
-    snprintf(szName, sizeof(szName), "CArcaTrace_PID_%8.8lx_", GetCurrentProcessId());
-    std::string strName = szName;
-    for (char c : m_strPath)
-        strName += std::string("<>:\"/\\|").find(c) == std::string::npos ? std::string(1, c) : "";
-    EXPECT_EQ(nullptr, OpenSemaphoreA(SEMAPHORE_ALL_ACCESS, FALSE, strName.c_str()));
-    m_pTrace->Trace(3, "C::M", "Internal", "t", "");
-    HANDLE hSem = OpenSemaphoreA(SEMAPHORE_ALL_ACCESS, FALSE, strName.c_str());
-    ASSERT_NE(nullptr, hSem);
-    // Count 1 and free between records.
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hSem, 0));
-    EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), WaitForSingleObject(hSem, 0));
-    ReleaseSemaphore(hSem, 1, nullptr);
-    CloseHandle(hSem);
 }
