@@ -37,7 +37,7 @@ TEST_F(TraceTest, RecordColumnsLevelWordsAndClassNames)
 
 // A trace that no one switched on names "Trace.trc" in the current directory: neither that file
 // nor the semaphore named after it may appear. The first record written creates the semaphore,
-// named after the process and the path without < > : " / \\ |, with count 1, free between records.
+// named after the process and the path without < > : " / \ |, with count 1, free between records.
 TEST_F(TraceTest, OnlyATraceThatWritesHasAFileAndASemaphore)
 {
     char szCwd[MAX_PATH];
