@@ -29,33 +29,26 @@ using WbemUtilTest = CapturedTraceTest;
 // Each refused line: exactly one level-1 record, the check's, with its detail.
 TEST_F(WbemUtilTest, EveryRefusalHasItsMessage)
 {
+    const std::string strIni = "name='" + FullPath("a.ini") + "'"; // relative names become full paths
     const struct
     {
         std::initializer_list<const char*> args;
         const char* szMessage;
         std::string strDetail;
     } cases[] = {
-        {{"/cf", "/mof=a.mof", "/ini=b.ini"},
-         "It is not possible to have ini-file with /cf",
-         "name='" + FullPath("b.ini") + "'"},
-        {{"/cf", "/mof=a.mof", "/key=SOFTWARE\\X"},
-         "It is not possible to have a reg key with /cf",
-         "name='SOFTWARE\\X'"},
+        {{"/cf", "/mof=a.mof", "/ini=a.ini"}, "It is not possible to have ini-file with /cf", strIni},
+        {{"/cf", "/mof=a.mof", "/key=K"}, "It is not possible to have a reg key with /cf", "name='K'"},
         {{"/cf", "/mof="}, "Name of MOF file is missing with /cf", ""},
         {{"/dd", "/ini=a.ini", "/key=K"}, "It is not possible to have a reg key with /dd", "name='K'"},
         {{"/dd"}, "At least a mof file or ini file has to be specified with /dd", ""},
         {{"/dd", "/ini=a.ini", "/system"}, "It is not possible to have /system with /dd", ""},
-        {{"/cm", "/ini=a.ini"},
-         "It is not possible to have ini-file with /cm",
-         "name='" + FullPath("a.ini") + "'"},
+        {{"/cm", "/ini=a.ini"}, "It is not possible to have ini-file with /cm", strIni},
         {{"/cm", "/mof=a.mof"}, "It is not possible to have MOF file with /cm", "name=''"},
         {{"/cm", "/force"}, "It is not possible to have /force parameter with /cm", ""},
         {{"/sq"}, "/sq requires /ini with a configuration file", ""},
         {{"/sq", "/dd", "/ini=a.ini"}, "Only one action: /cf, /dd, /cm is allowed", ""},
         // /cm with /sq never reaches the action count: one of their INI checks refuses it first.
-        {{"/cm", "/sq", "/ini=a.ini", "/backup"},
-         "It is not possible to have ini-file with /cm",
-         "name='" + FullPath("a.ini") + "'"},
+        {{"/cm", "/sq", "/ini=a.ini", "/backup"}, "It is not possible to have ini-file with /cm", strIni},
         {{"/cm", "/sq"}, "/sq requires /ini with a configuration file", ""},
     };
     for (const auto& c : cases)
@@ -76,42 +69,43 @@ TEST_F(WbemUtilTest, EveryRefusalHasItsMessage)
     }
 }
 
-TEST_F(WbemUtilTest, AcceptedCombinations)
+// Accepted lines and what they set: options in any case, quotes stripped, the later of two values
+// kept, relative names made full paths, the key of /cm completed below HKEY_LOCAL_MACHINE.
+TEST_F(WbemUtilTest, AcceptedLinesAndWhatTheySet)
 {
-    for (auto args : {std::initializer_list<const char*>{"/cf", "/mof=a.mof", "/system", "/force"},
-                      {"/cm", "/system"},
-                      {"/sq", "/ini=q.ini", "/system", "/force"},
-                      {"/dd", "/ini=a.ini", "/force"},
-                      {"/dd", "/mof=a.mof", "/ini=a.ini"},
-                      {"/key=SOFTWARE\\X"}})
+    const std::string strMof = FullPath("a.mof"), strIni = FullPath("a.ini");
+    const struct
+    {
+        std::initializer_list<const char*> args;
+        std::string strParsed; // the options set, then mof|ini|reg
+    } cases[] = {
+        {{"/cf", "/mof=a.mof", "/system", "/force"}, "/cf /force /system " + strMof + "||"},
+        {{"/cm", "/system"},
+         "/cm /system ||HKEY_LOCAL_MACHINE\\SOFTWARE\\Brevane\\Vintrel\\Infrastructure\\MOF"},
+        {{"/sq", "/ini=a.ini", "/system", "/force"}, "/force /system /sq |" + strIni + "|"},
+        {{"/dd", "/ini=a.ini", "/force"}, "/dd /force |" + strIni + "|"},
+        {{"/dd", "/mof=a.mof", "/ini=a.ini"}, "/dd " + strMof + "|" + strIni + "|"},
+        {{"/key=SOFTWARE\\X"}, "||SOFTWARE\\X"},
+        {{"/DD", "/Mof=\"\"sub dir\\x.mof\"", "/FoRcE", "/ini=first.ini", "/INI=C:\\b.ini"},
+         "/dd /force " + FullPath("sub dir\\x.mof") + "|C:\\b.ini|"},
+        {{"/cm", "/key=  SOFTWARE\\Z \"", "/system"}, "/cm /system ||HKEY_LOCAL_MACHINE\\SOFTWARE\\Z \""},
+    };
+    for (const auto& c : cases)
     {
         WbemUtil util;
-        EXPECT_TRUE(Parse(util, args));
+        EXPECT_TRUE(Parse(util, c.args));
+        const std::pair<BOOL, const char*> options[] = {
+            {util.Compile, "/cf"},   {util.Delete, "/dd"},     {util.CompileFromReg, "/cm"},
+            {util.Force, "/force"},  {util.System, "/system"}, {util.SetQualifiers, "/sq"},
+            {util.Backup, "/backup"}};
+        std::string strParsed;
+        for (const auto& option : options)
+            strParsed += option.first ? std::string(option.second) + " " : "";
+        EXPECT_EQ(c.strParsed, strParsed + util.mof + "|" + util.ini + "|" + util.reg);
     }
-}
-
-// Options in any case, quotes stripped, the later of two values kept.
-TEST_F(WbemUtilTest, OptionsIgnoreCaseQuotesAreStrippedAndTheLaterValueCounts)
-{
-    WbemUtil util;
-    ASSERT_TRUE(
-        Parse(util, {"/DD", "/Mof=\"\"sub dir\\x.mof\"", "/FoRcE", "/ini=first.ini", "/INI=C:\\b.ini"}));
-    EXPECT_TRUE(util.Delete && util.Force && !util.Compile);
-    EXPECT_EQ(FullPath("sub dir\\x.mof"), util.mof);
-    EXPECT_EQ("C:\\b.ini", util.ini);
-}
-
-// CheckParams's Enter record shows what was parsed; the key of /cm is completed after it.
-TEST_F(WbemUtilTest, KeyIsCompletedBelowLocalMachineForCmAfterTheEnterRecord)
-{
-    WbemUtil withKey;
-    ASSERT_TRUE(Parse(withKey, {"/cm", "/key=  SOFTWARE\\Z \"", "/system"}));
-    EXPECT_EQ("HKEY_LOCAL_MACHINE\\SOFTWARE\\Z \"", withKey.reg);
-    EXPECT_EQ(std::vector<std::string>{"\nCompile=false, Delete=false, CompileFromReg=true\nForce=false, "
-                                       "System=true\nSetQualifiers=false\nBackup=false\nmof=''\nini=''\n"
-                                       "reg='SOFTWARE\\Z \"'\n"},
-              Messages("Enter", "Method CheckParams has been entered."));
-    WbemUtil keyOnly;
-    ASSERT_TRUE(Parse(keyOnly, {"/key=SOFTWARE\\Y"}));
-    EXPECT_EQ("SOFTWARE\\Y", keyOnly.reg);
+    // CheckParams's Enter record shows the last line as parsed, its key before the completion.
+    EXPECT_EQ(
+        "\nCompile=false, Delete=false, CompileFromReg=true\nForce=false, System=true\nSetQualifiers=false\n"
+        "Backup=false\nmof=''\nini=''\nreg='SOFTWARE\\Z \"'\n",
+        Messages("Enter", "Method CheckParams has been entered.").back());
 }

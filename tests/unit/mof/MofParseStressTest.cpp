@@ -1,17 +1,10 @@
 // Random and mutated MOF texts: the scan always ends, never crashes, and the only
 // exception that leaves it is E_INVALIDARG.
-#include "MofScanInvariants.h"
-#include "MofParse.h"
-#include "TestKit.h"
-
-#include <gtest/gtest.h>
-#include <windows.h>
+#include "MofScanTestSupport.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <random>
-#include <string>
-#include <vector>
 
 namespace
 {

@@ -17,27 +17,6 @@ std::string SidText(PSID pSid)
     return strSid;
 }
 
-// The attributes of the Administrators entry in this process's group list; 0 without one.
-DWORD AdministratorsAttributes()
-{
-    HANDLE hToken = nullptr;
-    OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &hToken);
-    alignas(TOKEN_GROUPS) BYTE abGroups[8192];
-    auto* pGroups = reinterpret_cast<TOKEN_GROUPS*>(abGroups);
-    DWORD cb = 0;
-    DWORD dwAttributes = 0;
-    PSID pAdmins = CCTempService::GetAdminSid();
-    for (DWORD i = 0;
-         GetTokenInformation(hToken, TokenGroups, pGroups, sizeof(abGroups), &cb) && i < pGroups->GroupCount;
-         ++i)
-    {
-        dwAttributes |= EqualSid(pGroups->Groups[i].Sid, pAdmins) ? pGroups->Groups[i].Attributes : 0;
-    }
-    FreeSid(pAdmins);
-    CloseHandle(hToken);
-    return dwAttributes;
-}
-
 using TempServiceAccount = CapturedTraceTest;
 using TempServiceDelete = CapturedTraceTest;
 } // namespace
@@ -58,7 +37,11 @@ TEST_F(TempServiceAccount, WellKnownSidsAndWineIsNotLocalSystem)
 // Run only as the child of the next test, in a token whose Administrators entry is deny-only.
 TEST(TempServiceAccountChild, DISABLED_DenyOnlyAdministratorsCount)
 {
-    ASSERT_NE(0u, AdministratorsAttributes() & SE_GROUP_USE_FOR_DENY_ONLY) << "not a deny-only token";
+    PSID pAdmins = CCTempService::GetAdminSid();
+    BOOL bMember = TRUE;
+    ASSERT_TRUE(CheckTokenMembership(nullptr, pAdmins, &bMember));
+    FreeSid(pAdmins);
+    ASSERT_FALSE(bMember) << "not a deny-only token";
     EXPECT_TRUE(CCTempService::IsAdmin());
 }
 

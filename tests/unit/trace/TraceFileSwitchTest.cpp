@@ -37,12 +37,13 @@ protected:
         m_pTrace->InitFromRegistry(AppKey().c_str(), 0x24);
         ASSERT_TRUE(m_pTrace->IsEnabled());
     }
-    // Writes records longer than the switch warning line until the file has been switched once.
+    // Writes records longer than the switch warning line until the file has been switched once:
+    // the history file then holds more than the limit of 1000 bytes.
     void WriteUntilSwitched(const std::string& strHistory)
     {
-        for (int i = 0; i < 100 && !testkit::FileExists(strHistory); ++i)
+        for (int i = 0; i < 100 && Bytes(strHistory).size() <= 1000; ++i)
             m_pTrace->Trace(3, "C::M", "Internal", "t", "%s", std::string(200, 'a' + i % 26).c_str());
-        ASSERT_TRUE(testkit::FileExists(strHistory));
+        ASSERT_GT(Bytes(strHistory).size(), 1000u);
     }
 };
 
@@ -50,10 +51,7 @@ TEST_F(TraceLimitTest, SizeLimitSwitchesToHistoryAndNewFileHoldsTheWarningLine)
 {
     Configure(m_strPath, 1000, 0, 0);
     WriteUntilSwitched(m_dir.File("t_000.trc"));
-    // The history file holds whole records only, and more than the limit.
-    const std::string strHistory = Bytes(m_dir.File("t_000.trc"));
-    EXPECT_GT(strHistory.size(), 1000u);
-    EXPECT_EQ(0u, strHistory.find("\xFF\xFE"));
+    EXPECT_EQ(0u, Bytes(m_dir.File("t_000.trc")).find("\xFF\xFE"));
     // The pending record was longer than the warning line: the new file shows the line, a NUL
     // and the rest of the pending record, cut to the record's length.
     m_pTrace->Trace(3, "C::M", "Internal", "after", "");
@@ -75,46 +73,45 @@ TEST_F(TraceLimitTest, SizeLimitSwitchesToHistoryAndNewFileHoldsTheWarningLine)
     EXPECT_EQ("\xFF\xFE" + testkit::Utf16Bytes(SwitchWarningLine().substr(0, 6)), Bytes(m_dir.File("s.trc")));
 }
 
-TEST_F(TraceLimitTest, HistoryNumbersAreKeptOrOverwritten)
+// The history name of a size switch: the stem and "_000" on (".trace.txt" matched without regard
+// to case and written in lower case), the first free number with TraceKeepHistory, else "_000"
+// again; "_aaa.trace.txt" when all 1000 are taken. Other history files stay as they were.
+TEST_F(TraceLimitTest, HistoryNames)
 {
-    ASSERT_TRUE(testkit::WriteBytes(m_dir.File("t_000.trc"), "zero"));
-    ASSERT_TRUE(testkit::WriteBytes(m_dir.File("t_001.trc"), "one"));
-    Configure(m_strPath, 1000, 0, 1);
-    WriteUntilSwitched(m_dir.File("t_002.trc"));
-    EXPECT_EQ("zero", Bytes(m_dir.File("t_000.trc")));
-    EXPECT_EQ("one", Bytes(m_dir.File("t_001.trc")));
-
-    // Without TraceKeepHistory the first number is taken again and again.
-    Configure(m_strPath, 1000, 0, 0);
-    for (int i = 0; i < 40; ++i)
-        m_pTrace->Trace(3, "C::M", "Internal", "t", "%s", std::string(60, 'q').c_str());
-    EXPECT_GT(Bytes(m_dir.File("t_000.trc")).size(), 1000u); // a trace file again, not "zero"
-    EXPECT_FALSE(testkit::FileExists(m_dir.File("t_003.trc")));
-}
-
-TEST_F(TraceLimitTest, HistoryNamesOfTraceTxtPathsPathsWithoutDotAndWhenAllNumbersAreTaken)
-{
-    // The suffix is matched without regard to case; the history name carries it as ".trace.txt".
-    Configure(m_dir.File("x.Trace.TXT"), 1000, 0, 0);
-    WriteUntilSwitched(m_dir.File("x_000.trace.txt"));
-    WIN32_FIND_DATAA data;
-    HANDLE hFind = FindFirstFileA(m_dir.File("x_000.*").c_str(), &data);
-    ASSERT_NE(INVALID_HANDLE_VALUE, hFind);
-    FindClose(hFind);
-    EXPECT_STREQ("x_000.trace.txt", data.cFileName);
-
-    Configure(m_dir.File("log"), 1000, 0, 0);
-    WriteUntilSwitched(m_dir.File("log_000"));
-
-    for (int n = 0; n < 1000; ++n)
+    const struct
     {
-        char szName[32];
-        snprintf(szName, sizeof(szName), "t_%3.3d.trc", n);
-        ASSERT_TRUE(testkit::WriteBytes(m_dir.File(szName), "h"));
+        const char* szFile;
+        int nTaken; // history files t_000.trc on, there before
+        DWORD dwKeepHistory;
+        const char* szHistory;
+    } cases[] = {
+        {"t.trc", 2, 1, "t_002.trc"},
+        {"t.trc", 2, 0, "t_000.trc"},
+        {"x.Trace.TXT", 0, 0, "x_000.trace.txt"},
+        {"log", 0, 0, "log_000"},
+        {"t.trc", 1000, 1, "t_aaa.trace.txt"},
+    };
+    for (const auto& c : cases)
+    {
+        SCOPED_TRACE(c.szHistory);
+        std::vector<std::string> taken;
+        for (int n = 0; n < c.nTaken; ++n)
+        {
+            char szName[32];
+            snprintf(szName, sizeof(szName), "t_%3.3d.trc", n);
+            taken.push_back(szName);
+            ASSERT_TRUE(testkit::WriteBytes(m_dir.File(szName), "h"));
+        }
+        Configure(m_dir.File(c.szFile), 1000, 0, c.dwKeepHistory);
+        WriteUntilSwitched(m_dir.File(c.szHistory));
+        WIN32_FIND_DATAA data;
+        const HANDLE hFind = FindFirstFileA(m_dir.File(c.szHistory).c_str(), &data);
+        ASSERT_NE(INVALID_HANDLE_VALUE, hFind);
+        FindClose(hFind);
+        EXPECT_STREQ(c.szHistory, data.cFileName);
+        for (const std::string& strName : taken)
+            EXPECT_EQ(strName != c.szHistory, Bytes(m_dir.File(strName)) == "h") << strName;
     }
-    Configure(m_strPath, 1000, 0, 1);
-    WriteUntilSwitched(m_dir.File("t_aaa.trace.txt"));
-    EXPECT_EQ("h", Bytes(m_dir.File("t_999.trc")));
 }
 
 TEST_F(TraceLimitTest, FailedRenameWritesTheErrorLineIntoTheOldFile)

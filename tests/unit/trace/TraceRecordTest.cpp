@@ -4,46 +4,41 @@
 #include <algorithm>
 #include <regex>
 
-TEST_F(TraceTest, RecordColumnsAndLevelWords)
+// Levels 1 to 7 configured: each level's word, none for 7 and no record above it; a name without
+// "::" belongs to "<global>", a class name is cut at 259 characters.
+TEST_F(TraceTest, RecordColumnsLevelWordsAndClassNames)
 {
     m_pTrace->InitExplicit(m_strPath.c_str(), 7, 0);
-    for (unsigned nLevel = 1; nLevel <= 8; ++nLevel) // 8: above the configured level
+    for (unsigned nLevel = 1; nLevel <= 8; ++nLevel)
     {
         m_pTrace->Trace(nLevel, "CCStringConversion::Convert2A", "Enter",
                         "Method Convert2A has been entered.", "n=%u s='%s'", nLevel, "abc");
     }
+    m_pTrace->Trace(3, "main", "Leave", "Method main has been left.", "nReturn=%d", 7);
+    m_pTrace->Trace(3, (std::string(300, 'K') + "::M").c_str(), "Internal", "t", "");
     const auto lines = Lines();
-    ASSERT_EQ(7u, lines.size());
-    // Level 7 has no word: its record has one column fewer.
+    ASSERT_EQ(9u, lines.size());
     const char* aszWords[] = {"\tError", "\tWarning", "\tInfo", "\tVerbose", "\tInfoCC", "\tVerboseCC", ""};
     const std::regex dateTime(R"(\d\d\.\d\d\.\d{4} \d\d:\d\d:\d\d\.\d{3}\t)");
+    const std::string strIds = Id4(GetCurrentProcessId()) + "\t" + Id4(GetCurrentThreadId());
     for (unsigned i = 0; i < 7; ++i)
     {
         ASSERT_GT(lines[i].size(), 24u);
         EXPECT_TRUE(std::regex_match(lines[i].substr(0, 24), dateTime)) << lines[i];
-        EXPECT_EQ(Id4(GetCurrentProcessId()) + "\t" + Id4(GetCurrentThreadId()) + aszWords[i] +
+        EXPECT_EQ(strIds + aszWords[i] +
                       "\tCCStringConversion\tConvert2A\tEnter\tMethod Convert2A has been entered.\tn=" +
                       std::to_string(i + 1) + " s='abc'",
                   lines[i].substr(24));
     }
-}
-
-TEST_F(TraceTest, PlainFunctionNameBelongsToGlobalAndClassNamesAreCut)
-{
-    m_pTrace->InitExplicit(m_strPath.c_str(), 6, 0);
-    m_pTrace->Trace(3, "main", "Leave", "Method main has been left.", "nReturn=%d", 7);
-    m_pTrace->Trace(3, (std::string(300, 'K') + "::M").c_str(), "Internal", "t", "");
-    const auto lines = Lines();
-    ASSERT_EQ(2u, lines.size());
-    EXPECT_EQ("<global>\tmain\tLeave\tMethod main has been left.\tnReturn=7",
-              lines[0].substr(lines[0].find("\t<global>\t") + 1));
-    EXPECT_EQ(std::string(259, 'K'), Column(lines[1], 4));
-    EXPECT_EQ("M", Column(lines[1], 5));
+    EXPECT_EQ(strIds + "\tInfo\t<global>\tmain\tLeave\tMethod main has been left.\tnReturn=7",
+              lines[7].substr(24));
+    EXPECT_EQ(std::string(259, 'K') + "|M", Column(lines[8], 4) + "|" + Column(lines[8], 5));
 }
 
 // A trace that no one switched on names "Trace.trc" in the current directory: neither that file
-// nor the semaphore named after it may appear.
-TEST_F(TraceTest, TraceNeverSwitchedOnWritesNothing)
+// nor the semaphore named after it may appear. The first record written creates the semaphore,
+// named after the process and the path without < > : " / \ |, with count 1, free between records.
+TEST_F(TraceTest, OnlyATraceThatWritesHasAFileAndASemaphore)
 {
     char szCwd[MAX_PATH];
     ASSERT_NE(0u, GetCurrentDirectoryA(MAX_PATH, szCwd));
@@ -55,9 +50,22 @@ TEST_F(TraceTest, TraceNeverSwitchedOnWritesNothing)
     }
     SetCurrentDirectoryA(szCwd);
     EXPECT_FALSE(testkit::FileExists(m_dir.File("Trace.trc")));
-    char szSemaphore[64];
-    snprintf(szSemaphore, sizeof(szSemaphore), "CArcaTrace_PID_%8.8lx_Trace.trc", GetCurrentProcessId());
-    EXPECT_EQ(nullptr, OpenSemaphoreA(SYNCHRONIZE, FALSE, szSemaphore));
+    char szPrefix[64];
+    snprintf(szPrefix, sizeof(szPrefix), "CArcaTrace_PID_%8.8lx_", GetCurrentProcessId());
+    EXPECT_EQ(nullptr, OpenSemaphoreA(SYNCHRONIZE, FALSE, (szPrefix + std::string("Trace.trc")).c_str()));
+
+    m_pTrace->InitExplicit(m_strPath.c_str(), 6, 0);
+    std::string strName = szPrefix;
+    for (char c : m_strPath)
+        strName += std::string("<>:\"/\\|").find(c) == std::string::npos ? std::string(1, c) : "";
+    EXPECT_EQ(nullptr, OpenSemaphoreA(SEMAPHORE_ALL_ACCESS, FALSE, strName.c_str()));
+    m_pTrace->Trace(3, "C::M", "Internal", "t", "");
+    HANDLE hSem = OpenSemaphoreA(SEMAPHORE_ALL_ACCESS, FALSE, strName.c_str());
+    ASSERT_NE(nullptr, hSem);
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hSem, 0));
+    EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), WaitForSingleObject(hSem, 0));
+    ReleaseSemaphore(hSem, 1, nullptr);
+    CloseHandle(hSem);
 }
 
 TEST_F(TraceTest, FileHasOneBomAndEveryLineEndsWithCrLf)
@@ -117,23 +125,4 @@ TEST_F(TraceTest, RecordFillingTheBufferLosesItsLineEndAndALongerOneGrowsTheBuff
     ASSERT_EQ(4u, lines.size());
     EXPECT_EQ(strLong + "|end", Column(lines[2], 8));
     EXPECT_EQ("s", Column(lines[3], 8));
-}
-
-TEST_F(TraceTest, SemaphoreIsNamedAfterProcessAndPath)
-{
-    m_pTrace->InitExplicit(m_strPath.c_str(), 6, 0);
-    char szName[64];
-    snprintf(szName, sizeof(szName), "CArcaTrace_PID_%8.8lx_", GetCurrentProcessId());
-    std::string strName = szName;
-    for (char c : m_strPath)
-        strName += std::string("<>:\"/\\|").find(c) == std::string::npos ? std::string(1, c) : "";
-    EXPECT_EQ(nullptr, OpenSemaphoreA(SEMAPHORE_ALL_ACCESS, FALSE, strName.c_str()));
-    m_pTrace->Trace(3, "C::M", "Internal", "t", "");
-    HANDLE hSem = OpenSemaphoreA(SEMAPHORE_ALL_ACCESS, FALSE, strName.c_str());
-    ASSERT_NE(nullptr, hSem);
-    // Count 1 and free between records.
-    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(hSem, 0));
-    EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), WaitForSingleObject(hSem, 0));
-    ReleaseSemaphore(hSem, 1, nullptr);
-    CloseHandle(hSem);
 }
