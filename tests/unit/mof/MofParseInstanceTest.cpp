@@ -19,7 +19,6 @@ TEST_F(MofScanTest, InstanceDeclarations)
         {"instance of A {\n  x =\n  y = 2;\n};\n", "A{y=2;}"},
         // Without ";" behind the closing brace the body runs on into the next declaration.
         {"instance of A {\n  x = 1;\n}\ninstance of B {\n  y = 2;\n};\n", "A{x=1;instance=2;}"},
-        {"instance of A {\n  x = 1;\n};\ninstance of B {\n  y = 2;\n};\n", "A{x=1;} B{y=2;}"},
         // Aliases; "as" on the next line is none, and the one before is not kept.
         {"instance of Foo as $F\n{\n  Id = 1;\n};\nInstance Of Bar AS $Ref_2 {\n  P = $F;\n};\n"
          "instance of Baz\nas $G {\n};\n",

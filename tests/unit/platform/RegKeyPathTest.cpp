@@ -10,7 +10,6 @@ TEST_F(RegKeyTest, FullPathGivesRootAndNameInAnyCase)
         HKEY hRoot;
         const char* szName;
     } cases[] = {
-        {"HKEY_LOCAL_MACHINE\\SOFTWARE\\X", HKEY_LOCAL_MACHINE, "SOFTWARE\\X"},
         {"hkey_local_machine\\SOFTWARE\\X", HKEY_LOCAL_MACHINE, "SOFTWARE\\X"},
         {"HKEY_CLASSES_ROOT\\.txt", HKEY_CLASSES_ROOT, ".txt"},
         {"Hkey_Current_Config\\System", HKEY_CURRENT_CONFIG, "System"},

@@ -91,7 +91,6 @@ TEST(WmiErrorText, SystemTextFirstThenTheTableThenUnknown)
     } rows[] = {
         {0x80041001, "The call failed."},
         {0x80041002, "The object could not be found."},
-        {0x80041003, "The current user does not have permission to perform the action."},
         {0x80041008, "One of the parameters to the call is not correct"},
         {0x8004100E, "The namespace specified could not be found"},
         {0x80041010, "The specified class is not valid"},

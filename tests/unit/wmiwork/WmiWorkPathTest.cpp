@@ -81,7 +81,7 @@ TEST_F(WmiWorkPathTest, ValueTextsFollowTheTypeTable)
     EXPECT_EQ("CWmiWork::CimValue2Str failed class='Tv_Any', prop='K'", WorkTexts(Records(), "Error").back());
 }
 
-TEST_F(WmiWorkPathTest, PathTakesKeysInClassOrderWithDefaultsAndAliases)
+TEST_F(WmiWorkPathTest, PathTakesKeysInClassOrderWithDefaults)
 {
     Seed("#pragma namespace(\"\\\\\\\\.\\\\root\\\\cimv2\")\n"
          "class Tv_Path { [key] string Name; [key(false)] uint32 NotKey; string Other = \"o\";"
@@ -95,10 +95,9 @@ TEST_F(WmiWorkPathTest, PathTakesKeysInClassOrderWithDefaultsAndAliases)
 
     MofInstance instance;
     instance.ClassName = "Tv_Path";
-    instance.Properties = {{"ref", "$A"}, {"NAME", "\"x\\\"y\""}, {"Other", "\"p\""}};
-    const WmiAliasMap aliases = {{"$A", "\\\\\\\\.\\\\root:Tv_A.K=\\\"1\\\""}};
+    instance.Properties = {{"ref", "\"r\""}, {"NAME", "\"x\\\"y\""}, {"Other", "\"p\""}};
     std::string strPath;
-    EXPECT_TRUE(CWmiWork::InstancePathCreate(instance, list, aliases, strPath));
-    EXPECT_EQ("Tv_Path.Name=\"x\\\"y\",Id=-4,Ref=\"\\\\\\\\.\\\\root:Tv_A.K=\\\"1\\\"\"", strPath);
+    EXPECT_TRUE(CWmiWork::InstancePathCreate(instance, list, WmiAliasMap(), strPath));
+    EXPECT_EQ("Tv_Path.Name=\"x\\\"y\",Id=-4,Ref=\"r\"", strPath);
 }
 } // namespace
