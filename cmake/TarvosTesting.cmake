@@ -23,6 +23,15 @@ function(tarvos_wine_test_properties FIXTURE)
         TIMEOUT 120)
 endfunction()
 
+# The tests of a GoogleTest program run under Wine through wine-launch.sh, which makes a start
+# that Wine fails before the program writes anything once more.
+function(tarvos_wine_launcher TARGET)
+    if(WINE_EXECUTABLE)
+        set_target_properties(${TARGET} PROPERTIES CROSSCOMPILING_EMULATOR
+            "${CMAKE_SOURCE_DIR}/tests/harness/wine-launch.sh;${WINE_EXECUTABLE}")
+    endif()
+endfunction()
+
 # tarvos_add_gtest(<target> PREFIX <fixture> SOURCES ... [LIBS ...] [SUPPORT ...] [DEFINES ...]
 #                  [TEST_PREFIX <prefix>])
 # A GoogleTest program; each TEST becomes one CTest test run under Wine in the prefix. SUPPORT
@@ -33,6 +42,7 @@ function(tarvos_add_gtest TARGET)
     target_link_libraries(${TARGET} PRIVATE ${ARG_LIBS} GTest::gtest_main)
     target_compile_definitions(${TARGET} PRIVATE ${ARG_DEFINES})
     set_target_properties(${TARGET} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+    tarvos_wine_launcher(${TARGET})
     gtest_add_tests(TARGET ${TARGET} SOURCES ${ARG_SOURCES} TEST_PREFIX "${ARG_TEST_PREFIX}"
                     TEST_LIST tests_of_target)
     tarvos_wine_test_properties(${ARG_PREFIX} ${tests_of_target})
